@@ -1,0 +1,36 @@
+#include "Common/VendorLibrary.h"
+
+namespace Vexil {
+
+bool VendorLibrary::Open(const char* file_name) {
+  if (m_module == nullptr) m_module = OpenLibrary(file_name);
+  return m_module != nullptr;
+}
+
+void VendorLibrary::Close() {
+  if (m_module != nullptr) CloseLibrary(m_module);
+  m_module = nullptr;
+}
+
+void VendorLibrary::Resolve(EntryPoint& entry_point) const {
+  entry_point.m_symbol = FindSymbol(m_module, entry_point.m_name);
+}
+
+const char* VendorLibrary::Resolve() {
+  for (EntryPoint* entry_point : m_entry_points) {
+    Resolve(*entry_point);
+    if (!*entry_point && entry_point->m_need == Need::Required) return entry_point->m_name;
+  }
+  return nullptr;
+}
+
+bool VendorLibrary::ResolveAll() {
+  bool complete = true;
+  for (EntryPoint* entry_point : m_entry_points) {
+    Resolve(*entry_point);
+    if (!*entry_point && entry_point->m_need == Need::Required) complete = false;
+  }
+  return complete;
+}
+
+}  // namespace Vexil

@@ -1,0 +1,114 @@
+#include "DetectGPUWindows/DisplayDeviceDetector.h"
+
+#include "Common/FirstMetOrder.h"
+#include "Common/Limits.h"
+#include "Common/Patterns.h"
+#include "Common/Text.h"
+#include "DetectGPUWindows/Monitors.h"
+#include "Log.h"
+#include "Windows/DisplayClass.h"
+#include "Windows/DisplayDevices.h"
+#include "Windows/Registry.h"
+
+namespace Vexil {
+
+using FlatBuffers::EnumDisplayDevicesGPUT;
+
+namespace {
+
+bool HasFlag(const DisplayDevice& device, std::uint32_t flag) { return (device.state_flags & flag) != 0; }
+
+/// Visits every output of every adapter until `visit` returns false.
+template <typename Visit>
+void ForEachAdapterOutput(const Visit& visit) {
+  for (std::uint32_t index = 0; index < kMostItems; ++index) {
+    const auto output = GetAdapterOutput(index);
+    if (!output || !visit(*output)) return;
+  }
+}
+
+void AddOutput(const DisplayDevice& output, EnumDisplayDevicesGPUT& gpu) {
+  gpu.device_names.push_back(output.name);
+  if (HasFlag(output, kAttachedToDesktop) && !HasFlag(output, kMirroringDriver)) {
+    AddMonitorsOn(output.name, HasFlag(output, kPrimaryDevice), gpu.monitors);
+  }
+}
+
+/// The record of an adapter met for the first time. False where it has no driver.
+bool MakeGPU(const DisplayDevice& output, EnumDisplayDevicesGPUT& gpu) {
+  AddOutput(output, gpu);
+  gpu.name = output.description;
+  gpu.device_id = output.id;
+  gpu.provider = GetAdapterProviderName(output.key);
+  gpu.driver = GetAdapterDriverKey(output.key);
+  if (gpu.provider.empty() || gpu.driver.empty()) {
+    LOG_ERROR("Failed to find provider information of device '{}': provider '{}' driver '{}'", gpu.name, gpu.provider,
+              gpu.driver);
+    return false;
+  }
+  gpu.is_primary = HasFlag(output, kPrimaryDevice);
+  gpu.is_removable = HasFlag(output, kRemovable);
+  const PCILocation location = GetAdapterPCILocation(gpu.driver);
+  gpu.pci_bus = location.bus;
+  gpu.pci_device = location.device;
+  gpu.pci_function = location.function;
+  return true;
+}
+
+}  // namespace
+
+std::vector<EnumDisplayDevicesGPUT> GetEnumDisplayDevicesGPUs() {
+  FirstMetOrder<std::string, EnumDisplayDevicesGPUT> gpu_with;
+  ForEachAdapterOutput([&](const DisplayDevice& output) {
+    const std::string key = BracedText(output.key);
+    if (key.empty()) return true;
+    if (EnumDisplayDevicesGPUT* known = gpu_with.Find(key)) {
+      AddOutput(output, *known);
+      return true;
+    }
+    EnumDisplayDevicesGPUT gpu;
+    gpu.key = key;
+    if (MakeGPU(output, gpu)) gpu_with[key] = std::move(gpu);
+    return true;
+  });
+
+  std::vector<EnumDisplayDevicesGPUT> gpus;
+  for (auto& [key, gpu] : gpu_with) gpus.push_back(std::move(gpu));
+  return gpus;
+}
+
+bool HasCitrixIndirectDisplay() {
+  bool found = false;
+  ForEachAdapterOutput([&](const DisplayDevice& output) {
+    found = ContainsNoCase(output.description, "Citrix Indirect Display Adapter");
+    return !found;
+  });
+  return found;
+}
+
+std::string GetAdapterDriverKey(const std::string& device_key) {
+  const std::string path = CurrentControlSetParentPath(device_key);
+  return path.empty() ? std::string() : ReadRegistryString(path + "\\Video", "Driver");
+}
+
+std::string GetAdapterProviderName(const std::string& device_key) {
+  const std::string path = CurrentControlSetPath(device_key);
+  return path.empty() ? std::string() : ReadRegistryString(path, "ProviderName");
+}
+
+PCILocation GetAdapterPCILocation(const std::string& driver_key) {
+  PCILocation location;
+  DisplayClassDevices devices;
+  while (devices.Next()) {
+    if (devices.DriverKey() != driver_key) continue;
+    const auto bus = devices.BusNumber();
+    const auto address = bus ? devices.Address() : std::nullopt;
+    if (!address) continue;
+    location.bus = ToField(*bus);
+    SetDeviceAndFunction(location, *address);
+    break;
+  }
+  return location;
+}
+
+}  // namespace Vexil

@@ -1,0 +1,29 @@
+#include "DetectGPUWindows/Monitors.h"
+
+#include "Common/Limits.h"
+#include "Common/Patterns.h"
+#include "Common/Unknown.h"
+#include "Windows/DisplayDevices.h"
+
+namespace Vexil {
+
+void AddMonitorsOn(const std::string& output_name, bool is_main,
+                   std::vector<std::shared_ptr<FlatBuffers::MonitorT>>& monitors) {
+  for (std::uint32_t index = 0; index < kMostItems; ++index) {
+    const auto device = GetMonitorOn(output_name, index);
+    if (!device) return;
+    auto monitor = std::make_shared<FlatBuffers::MonitorT>();
+    if (const auto mode = GetCurrentMode(output_name)) {
+      monitor->width = ToField(mode->width);
+      monitor->height = ToField(mode->height);
+      monitor->refresh_rate = ToField(mode->refresh_rate);
+    }
+    monitor->name = device->description;
+    monitor->is_main = is_main;
+    monitor->monitor_id = TextInBraces(device->key);
+    monitor->device_name = device->name;
+    monitors.push_back(std::move(monitor));
+  }
+}
+
+}  // namespace Vexil

@@ -1,0 +1,15 @@
+#pragma once
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "FlatBuffers/DetectionResult_generated.h"
+
+namespace Vexil {
+
+/// Appends the monitors on one output, each with the mode that the output is in.
+void AddMonitorsOn(const std::string& output_name, bool is_main,
+                   std::vector<std::shared_ptr<FlatBuffers::MonitorT>>& monitors);
+
+}  // namespace Vexil

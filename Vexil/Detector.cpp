@@ -1,0 +1,152 @@
+#include <algorithm>
+#include <ostream>
+
+#include "Common/Text.h"
+#include "DetectorImpl.h"
+#include "GPUMemory.h"
+#include "ResultOutput.h"
+#include "Windows/Kernel.h"
+
+namespace Vexil {
+
+using FlatBuffers::ComputeAPI;
+using FlatBuffers::GPUT;
+using FlatBuffers::GPUType;
+using FlatBuffers::Vendor;
+using GPUIDs = std::unordered_set<std::string>;
+
+namespace {
+
+template <typename Condition>
+GPUIDs IDsOfGPUs(const std::vector<GPUT>& gpus, const Condition& condition) {
+  GPUIDs ids;
+  for (const GPUT& gpu : gpus) {
+    if (condition(gpu)) ids.insert(gpu.id);
+  }
+  return ids;
+}
+
+std::string SearchText(const GPUT& gpu) {
+  return gpu.id + " " + EnumNameVendor(gpu.vendor) + " " + gpu.name + " " + EnumNameGPUType(gpu.type);
+}
+
+}  // namespace
+
+Detector::Detector() : m_impl(std::make_unique<Impl>()) {}
+Detector::~Detector() = default;
+
+int Detector::GetVersion() const { return 1; }
+
+bool Detector::Detect(const DetectOptions& options) {
+  const std::lock_guard lock(m_impl->mutex);
+  m_impl->options = options;
+  m_impl->state = m_impl->Detect() ? DetectionState::Succeeded : DetectionState::Failed;
+  return m_impl->state == DetectionState::Succeeded;
+}
+
+GPUIDs Detector::GetGPUIDs() {
+  const std::lock_guard lock(m_impl->mutex);
+  if (!m_impl->EnsureResults()) return {};
+  return IDsOfGPUs(m_impl->gpus, [](const GPUT&) { return true; });
+}
+
+GPUIDs Detector::GetGPUIDsByVendor(Vendor vendor) {
+  const std::lock_guard lock(m_impl->mutex);
+  if (!m_impl->EnsureResults()) return {};
+  return IDsOfGPUs(m_impl->gpus, [=](const GPUT& gpu) { return gpu.vendor == vendor; });
+}
+
+GPUIDs Detector::GetGPUIDsByAPI(ComputeAPI api) {
+  const std::lock_guard lock(m_impl->mutex);
+  if (!m_impl->EnsureResults()) return {};
+  return IDsOfGPUs(m_impl->gpus, [=](const GPUT& gpu) {
+    return std::find(gpu.compute_apis.begin(), gpu.compute_apis.end(), api) != gpu.compute_apis.end();
+  });
+}
+
+GPUIDs Detector::GetGPUIDsByType(GPUType type) {
+  const std::lock_guard lock(m_impl->mutex);
+  if (!m_impl->EnsureResults()) return {};
+  return IDsOfGPUs(m_impl->gpus, [=](const GPUT& gpu) { return gpu.type == type; });
+}
+
+GPUIDs Detector::FindGPUIDs(const std::string& text) {
+  const std::lock_guard lock(m_impl->mutex);
+  if (!m_impl->EnsureResults()) return {};
+  return IDsOfGPUs(m_impl->gpus, [&](const GPUT& gpu) { return ContainsNoCase(SearchText(gpu), text); });
+}
+
+std::string Detector::GetMainDisplayGPUID() {
+  const std::lock_guard lock(m_impl->mutex);
+  return m_impl->EnsureResults() ? m_impl->main_display_gpu_id : std::string();
+}
+
+const GPUT& Detector::GetMainDisplayGPU() { return GetGPU(GetMainDisplayGPUID()); }
+
+GPUIDs Detector::GetPeerGPUIDs(const std::string& gpu_id, ComputeAPI api) {
+  const std::lock_guard lock(m_impl->mutex);
+  if (!m_impl->EnsureResults()) return {};
+  return m_impl->FindPeers(gpu_id, api);
+}
+
+const GPUT& Detector::GetGPU(const std::string& gpu_id) {
+  const std::lock_guard lock(m_impl->mutex);
+  const GPUT* gpu = m_impl->EnsureResults() ? m_impl->FindGPUByID(gpu_id) : nullptr;
+  return gpu != nullptr ? *gpu : m_impl->invalid_gpu;
+}
+
+const std::vector<GPUT>& Detector::GetGPUs() {
+  const std::lock_guard lock(m_impl->mutex);
+  m_impl->EnsureResults();
+  return m_impl->gpus;
+}
+
+const std::vector<FlatBuffers::MonitorT>& Detector::GetMonitors() {
+  const std::lock_guard lock(m_impl->mutex);
+  m_impl->EnsureResults();
+  return m_impl->monitors;
+}
+
+const FlatBuffers::SystemT& Detector::GetSystem() {
+  const std::lock_guard lock(m_impl->mutex);
+  m_impl->EnsureResults();
+  return m_impl->system;
+}
+
+bool Detector::GetSystemMemory(std::uint64_t& available, std::uint64_t& total) {
+  const auto memory = GetPhysicalMemory();
+  if (!memory) return false;
+  available = memory->available;
+  total = memory->total;
+  return true;
+}
+
+bool Detector::GetGPUMemory(const std::string& gpu_id, std::uint64_t& free, std::uint64_t& total) {
+  const std::lock_guard lock(m_impl->mutex);
+  m_impl->EnsureResults();
+  const auto* matched = m_impl->matched_gpus.Find(gpu_id);
+  return matched != nullptr && QueryGPUMemory(**matched, free, total);
+}
+
+void Detector::Reserved() {}
+
+bool Detector::SaveToFile(const std::string& path) {
+  const std::lock_guard lock(m_impl->mutex);
+  m_impl->EnsureResults();
+  return SaveResult(m_impl->ToResult(), path);
+}
+
+bool Detector::WriteTo(std::ostream& stream) {
+  const std::lock_guard lock(m_impl->mutex);
+  m_impl->EnsureResults();
+  return WriteResult(m_impl->ToResult(), stream);
+}
+
+bool Detector::Serialize(std::vector<std::uint8_t>& buffer) {
+  const std::lock_guard lock(m_impl->mutex);
+  m_impl->EnsureResults();
+  PackResult(m_impl->ToResult(), buffer);
+  return true;
+}
+
+}  // namespace Vexil

@@ -1,0 +1,63 @@
+#pragma once
+
+#include <algorithm>
+#include <memory>
+#include <mutex>
+#include <string>
+#include <vector>
+
+#include "Common/FirstMetOrder.h"
+#include "Vexil.h"
+
+namespace Vexil {
+
+enum class DetectionState : std::int32_t { NotRun = 0, Succeeded = 1, Failed = 2 };
+
+/// What a Detector knows, and the run that finds it out. Every function expects the mutex to be held.
+class Detector::Impl {
+ public:
+  Impl() { invalid_gpu.name = "Invalid"; }
+
+  /// Runs a detection and replaces all results. True when a GPU was found.
+  bool Detect();
+
+  /// Runs the detection unless one has run. True when it found a GPU.
+  bool EnsureResults();
+
+  /// The first GPU that satisfies `condition`; null when none does.
+  template <typename Condition>
+  const FlatBuffers::GPUT* FindGPU(const Condition& condition) const {
+    const auto found = std::find_if(gpus.begin(), gpus.end(), condition);
+    return found == gpus.end() ? nullptr : &*found;
+  }
+  const FlatBuffers::GPUT* FindGPUByID(const std::string& id) const;
+
+  /// See Detector::GetPeerGPUIDs.
+  std::unordered_set<std::string> FindPeers(const std::string& gpu_id, FlatBuffers::ComputeAPI api) const;
+
+  /// Everything as one record that shares what is stored.
+  FlatBuffers::DetectionResultT ToResult();
+
+  std::vector<FlatBuffers::GPUT> gpus;
+  std::vector<FlatBuffers::MonitorT> monitors;
+  FlatBuffers::SystemT system;
+  std::mutex mutex;
+  DetectionState state = DetectionState::NotRun;
+  DetectOptions options;
+  std::string main_display_gpu_id;
+  FlatBuffers::DetectorsOutputT detectors_output;
+  /// By GPU identifier. Of two GPUs with the same identifier the later one stands here.
+  FirstMetOrder<std::string, std::shared_ptr<FlatBuffers::MatchedGPUT>> matched_gpus;
+  /// What every lookup that finds nothing returns.
+  FlatBuffers::GPUT invalid_gpu;
+
+ private:
+  struct Marker {};
+
+  void Clear();
+  void AskSources();
+
+  std::unique_ptr<Marker> m_marker;
+};
+
+}  // namespace Vexil

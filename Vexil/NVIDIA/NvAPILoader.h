@@ -1,0 +1,65 @@
+#pragma once
+
+#include <cstdint>
+#include <mutex>
+
+#include "Common/OpenLibrary.h"
+
+namespace Vexil {
+
+using NvAPI_Status = int;
+inline constexpr NvAPI_Status NVAPI_OK = 0;
+inline constexpr NvAPI_Status NVAPI_LIBRARY_NOT_FOUND = -2;
+inline constexpr NvAPI_Status NVAPI_NO_IMPLEMENTATION = -3;
+inline constexpr NvAPI_Status NVAPI_API_NOT_INITIALIZED = -4;
+
+/// Loads the library and starts it. Each success is to be paired with an NvAPI_Unload; the last of
+/// these closes the library.
+NvAPI_Status NvAPI_Initialize();
+NvAPI_Status NvAPI_Unload();
+
+/// What a call does while NVAPI is not up.
+enum class WhenDown {
+  Fail,
+  BringUp,  ///< Starts NVAPI and leaves it up until the process ends.
+};
+
+/// One function of NVAPI, called like the function itself. Where library, function or driver is
+/// missing, the answer is an error status. Calls may come from any thread.
+template <typename... Arguments>
+class NvAPIFunction {
+ public:
+  constexpr explicit NvAPIFunction(std::uint32_t id, WhenDown when_down = WhenDown::Fail)
+      : m_id(id), m_when_down(when_down) {}
+
+  NvAPI_Status operator()(Arguments... arguments) const;
+
+ private:
+  std::uint32_t m_id;
+  WhenDown m_when_down;
+};
+
+/// A call into NVAPI in the making: finds the function, and as long as this lives NVAPI stays up.
+class NvAPICall {
+ public:
+  NvAPICall(std::uint32_t id, WhenDown when_down);
+
+  Symbol Function() const { return m_function; }
+  /// Why there is no function.
+  NvAPI_Status Status() const { return m_status; }
+
+ private:
+  // One call at a time, so that no NvAPI_Unload takes the code away from under a call.
+  std::unique_lock<std::mutex> m_lock;
+  Symbol m_function = nullptr;
+  NvAPI_Status m_status = NVAPI_OK;
+};
+
+template <typename... Arguments>
+NvAPI_Status NvAPIFunction<Arguments...>::operator()(Arguments... arguments) const {
+  const NvAPICall call(m_id, m_when_down);
+  if (call.Function() == nullptr) return call.Status();
+  return reinterpret_cast<NvAPI_Status (*)(Arguments...)>(call.Function())(arguments...);
+}
+
+}  // namespace Vexil

@@ -1,0 +1,28 @@
+#include "ResultOutput.h"
+
+#include <fstream>
+#include <ostream>
+
+namespace Vexil {
+
+void PackResult(const FlatBuffers::DetectionResultT& result, std::vector<std::uint8_t>& out) {
+  flatbuffers::FlatBufferBuilder builder(1024);
+  builder.Finish(FlatBuffers::CreateDetectionResult(builder, &result));
+  out.assign(builder.GetBufferPointer(), builder.GetBufferPointer() + builder.GetSize());
+}
+
+bool WriteResult(const FlatBuffers::DetectionResultT& result, std::ostream& stream) {
+  std::vector<std::uint8_t> buffer;
+  PackResult(result, buffer);
+  stream.write(reinterpret_cast<const char*>(buffer.data()), static_cast<std::streamsize>(buffer.size()));
+  return stream.good();
+}
+
+bool SaveResult(const FlatBuffers::DetectionResultT& result, const std::string& path) {
+  std::ofstream file(path, std::ios::binary | std::ios::trunc);
+  if (!file.is_open()) return false;
+  WriteResult(result, file);
+  return true;
+}
+
+}  // namespace Vexil

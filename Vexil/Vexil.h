@@ -1,0 +1,151 @@
+#pragma once
+
+#include <cstdint>
+#include <iosfwd>
+#include <memory>
+#include <string>
+#include <unordered_set>
+#include <vector>
+
+#include "FlatBuffers/DetectionResult_generated.h"
+
+#if defined(VEXIL_BUILD) && defined(_WIN32)
+#define VEXIL_API __declspec(dllexport)
+#elif defined(_WIN32)
+#define VEXIL_API __declspec(dllimport)
+#else
+#define VEXIL_API
+#endif
+
+namespace Vexil {
+
+class Detector;
+
+}  // namespace Vexil
+
+/// The process's one Detector, never null, alive until the process exits; the caller never deletes it.
+/// Any thread may call it at any time. The first call sets up logging (see Detector); no call detects.
+extern "C" VEXIL_API Vexil::Detector* GetInstance();
+
+// Hybrid-graphics drivers look for these two in the process and then run it on the discrete GPU.
+extern "C" VEXIL_API std::int32_t NvOptimusEnablement;
+extern "C" VEXIL_API std::int32_t AmdPowerXpressRequestHighPerformance;
+
+namespace Vexil {
+
+/// For hosts that load the library themselves: what GetProcAddress returns for "GetInstance".
+using GetInstanceFunction = Detector* (*)();
+
+/// How to run a detection.
+struct DetectOptions {
+  /// Keeps a marker object until the next run. It has no effect on results.
+  bool KeepMarker = true;
+  /// Logs nothing while the detection runs; the logger's level is put back at its end.
+  bool Silent = false;
+};
+
+/// What every version of the interface has.
+class IInterface {
+ public:
+  virtual ~IInterface() = default;
+
+  /// 1 for the operations declared here. Needs no lock and never runs a detection.
+  virtual int GetVersion() const = 0;
+
+  IInterface(const IInterface&) = delete;
+  IInterface& operator=(const IInterface&) = delete;
+
+ protected:
+  IInterface() = default;
+};
+
+/// Finds the GPUs of this machine and answers questions about them.
+///
+/// **Results.** The first operation that needs results detects, on the caller's thread; that takes as
+/// long as the drivers take, from milliseconds to seconds. Later ones answer from what was stored,
+/// also when nothing was found. Only Detect() detects again.
+///
+/// **Unknown values.** A number that no source could tell is -1 (all bits set), a text or list is
+/// empty, a nested record is null. Memory sizes in records are MiB, those of operations are bytes.
+///
+/// **Lifetime.** What is returned by reference stays valid until the next Detect(). Records held by
+/// shared pointers may be kept longer; they are never changed after the run that made them.
+///
+/// **Threads.** Every operation may be called from any thread. All but GetVersion and GetSystemMemory
+/// take the object's one lock and so wait for a detection that is running.
+///
+/// **Failure.** A vendor library that is missing or fails costs only what it would have told. A
+/// detection that finds no GPU at all has failed: identifiers are empty, lookups return the record
+/// named "Invalid", the system record and raw records are there all the same. The only exceptions are
+/// the standard library's: out of memory, std::system_error where the lock fails, and std::out_of_range
+/// where a driver's version text holds a number beyond 32 bits. They leave the object usable.
+///
+/// **Logging** goes to the log4cxx logger "Vexil". Where the host has configured log4cxx before its
+/// first GetInstance, its configuration is left as it is; otherwise lines go to standard error.
+///
+/// **Binary interface.** Standard library types cross it: use the compiler and the runtime that the
+/// library was built with.
+class Detector : public IInterface {
+ public:
+  class Impl;
+
+  ~Detector() override;
+
+  int GetVersion() const override;
+
+  /// Detects now and replaces all results, whatever an earlier run found. True when a GPU was found.
+  virtual bool Detect(const DetectOptions& options);
+
+  /// The identifiers of all GPUs. Empty when there are none.
+  virtual std::unordered_set<std::string> GetGPUIDs();
+  virtual std::unordered_set<std::string> GetGPUIDsByVendor(FlatBuffers::Vendor vendor);
+  /// The GPUs that can be reached through `api`.
+  virtual std::unordered_set<std::string> GetGPUIDsByAPI(FlatBuffers::ComputeAPI api);
+  virtual std::unordered_set<std::string> GetGPUIDsByType(FlatBuffers::GPUType type);
+  /// The GPUs whose "identifier vendor name type" contains `text`, letter case ignored. The empty
+  /// text finds all.
+  virtual std::unordered_set<std::string> FindGPUIDs(const std::string& text);
+
+  /// The GPU that drives the main display. Empty when there is no GPU.
+  virtual std::string GetMainDisplayGPUID();
+  /// Its record, or the one named "Invalid".
+  virtual const FlatBuffers::GPUT& GetMainDisplayGPU();
+
+  /// The GPUs whose memory `gpu_id` can reach directly through `api`. Empty when `gpu_id` is unknown.
+  virtual std::unordered_set<std::string> GetPeerGPUIDs(const std::string& gpu_id, FlatBuffers::ComputeAPI api);
+
+  /// The record of one GPU; the one named "Invalid", whose id is empty, when `gpu_id` is unknown.
+  virtual const FlatBuffers::GPUT& GetGPU(const std::string& gpu_id);
+  virtual const std::vector<FlatBuffers::GPUT>& GetGPUs();
+  virtual const std::vector<FlatBuffers::MonitorT>& GetMonitors();
+  virtual const FlatBuffers::SystemT& GetSystem();
+
+  /// Physical memory of the machine at this moment, in bytes. False when Windows does not tell; the
+  /// arguments are then untouched. Takes no lock and never detects.
+  virtual bool GetSystemMemory(std::uint64_t& available, std::uint64_t& total);
+
+  /// Video memory of one GPU at this moment, in bytes, asked of the driver at every call. NVIDIA GPUs
+  /// answer through NVAPI, AMD GPUs through OpenCL; for others the result is false. When `gpu_id` is
+  /// unknown the arguments are untouched; when the driver was asked and failed they are 0.
+  virtual bool GetGPUMemory(const std::string& gpu_id, std::uint64_t& free, std::uint64_t& total);
+
+  /// Does nothing; keeps the places of the operations after it.
+  virtual void Reserved();
+
+  /// Writes all results to a file as a FlatBuffers buffer with the root table DetectionResult (see
+  /// DetectionResult.fbs), also after a failed run. An existing file is replaced. True when the file
+  /// could be opened; whether the whole buffer reached the disk is not told.
+  virtual bool SaveToFile(const std::string& path);
+  /// The same buffer, to a stream opened for binary output. True when the stream is good afterwards.
+  virtual bool WriteTo(std::ostream& stream);
+  /// The same buffer, in place of what `buffer` held. Always true.
+  virtual bool Serialize(std::vector<std::uint8_t>& buffer);
+
+ protected:
+  Detector();
+
+ private:
+  std::unique_ptr<Impl> m_impl;
+};
+
+}  // namespace Vexil

@@ -1,0 +1,6 @@
+#include <Vexil.h>
+
+int main() {
+  Vexil::Detector* detector = GetInstance();
+  return detector->Detect({}) ? 0 : 1;
+}

@@ -1,0 +1,27 @@
+# vexil_settings: what every target of this project is compiled with. It is not installed.
+
+add_library(vexil_settings INTERFACE)
+
+if(MSVC)
+  target_compile_options(vexil_settings INTERFACE /W4 /WX /permissive- /utf-8 /guard:cf)
+  target_link_options(vexil_settings INTERFACE /guard:cf)
+else()
+  target_compile_options(vexil_settings INTERFACE
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor -Werror
+    -fstack-protector-strong
+    # Log lines name their source file; the folder that it was built in is nobody's business.
+    -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
+  # _FORTIFY_SOURCE needs optimisation.
+  target_compile_definitions(vexil_settings INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
+endif()
+
+if(MINGW)
+  target_link_options(vexil_settings INTERFACE -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
+  # The stack protector's few functions go into each file, so that no DLL has to be shipped for them.
+  target_link_libraries(vexil_settings INTERFACE -Wl,-Bstatic -lssp -Wl,-Bdynamic)
+endif()
+
+if(VEXIL_SANITIZE)
+  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=address,undefined)
+endif()
