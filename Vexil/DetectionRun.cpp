@@ -8,9 +8,10 @@
 #include "DetectGPUWindows/Matching.h"
 #include "DetectorImpl.h"
 #include "Log.h"
+#include "LogReport.h"
+#include "MatchedResults.h"
 #include "NVIDIA/NVML.h"
 #include "NVIDIA/NvAPIDetector.h"
-#include "Report.h"
 #include "SystemInfo/WindowsSystemInfo.h"
 #include "Version.h"
 
@@ -42,47 +43,6 @@ void AskSource(const char* name, std::vector<Record> (*source)(), std::vector<st
   LOG_DEBUG("  - {}: {} detected in {} ms.", name, list.size(), stopwatch.Milliseconds());
 }
 
-/// Leaves the first of the GPUs that claim the main display; empty when none does.
-std::string KeepOneMainDisplayGPU(const std::vector<MatchedGPUT>& matched) {
-  std::string id;
-  for (const MatchedGPUT& entry : matched) {
-    if (!entry.gpu->is_main_display) continue;
-    if (id.empty()) {
-      id = entry.gpu->id;
-    } else {
-      LOG_ERROR("Multiple Main Display GPUs found, ignoring {}.", entry.gpu->id);
-      entry.gpu->is_main_display = false;
-    }
-  }
-  return id;
-}
-
-/// The GPU of the main monitor, or of the first one when none is main; empty when that is no known GPU.
-std::string MainDisplayGPUByMonitor(const std::vector<MatchedGPUT>& matched, const std::vector<MonitorT>& monitors) {
-  auto monitor = std::find_if(monitors.begin(), monitors.end(), [](const MonitorT& m) { return m.is_main; });
-  if (monitor == monitors.end()) monitor = monitors.begin();
-  if (monitor == monitors.end()) return {};
-  const auto entry =
-      std::find_if(matched.begin(), matched.end(), [&](const MatchedGPUT& m) { return m.gpu->id == monitor->gpu_id; });
-  if (entry == matched.end()) return {};
-  LOG_WARN("Found Main Display GPU {} through monitor match.", monitor->gpu_id);
-  entry->gpu->is_main_display = true;
-  return monitor->gpu_id;
-}
-
-/// Sees to it that one GPU drives the main display, and returns its identifier.
-std::string ChooseMainDisplayGPU(const std::vector<MatchedGPUT>& matched, const std::vector<MonitorT>& monitors) {
-  std::string id = KeepOneMainDisplayGPU(matched);
-  if (id.empty()) id = MainDisplayGPUByMonitor(matched, monitors);
-  if (id.empty()) {
-    FlatBuffers::GPUT& first = *matched.front().gpu;
-    first.is_main_display = true;
-    id = first.id;
-    LOG_ERROR("No Main Display GPU found and no monitors found to match, defaulting to {}.", id);
-  }
-  return id;
-}
-
 }  // namespace
 
 bool Detector::Impl::Detect() {
@@ -109,13 +69,11 @@ bool Detector::Impl::Detect() {
     matched_gpus[entry.gpu->id] = std::make_shared<MatchedGPUT>(entry);
     gpus.push_back(*entry.gpu);
   }
-  for (MonitorT& monitor : matched_monitors) {
-    if (monitor.name.empty()) monitor.name = "Monitor";
-  }
+  NameMonitors(matched_monitors);
   monitors = std::move(matched_monitors);
 
   LOG_INFO("Done in {} ms.", run_stopwatch.Milliseconds());
-  LogReport(*this, matched);
+  LogReport({system, matched, gpus, monitors});
   return true;
 }
 

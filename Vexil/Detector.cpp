@@ -1,9 +1,8 @@
-#include <algorithm>
 #include <ostream>
 
-#include "Common/Text.h"
 #include "DetectorImpl.h"
 #include "GPUMemory.h"
+#include "Queries.h"
 #include "ResultOutput.h"
 #include "Windows/Kernel.h"
 
@@ -13,24 +12,6 @@ using FlatBuffers::ComputeAPI;
 using FlatBuffers::GPUT;
 using FlatBuffers::GPUType;
 using FlatBuffers::Vendor;
-using GPUIDs = std::unordered_set<std::string>;
-
-namespace {
-
-template <typename Condition>
-GPUIDs IDsOfGPUs(const std::vector<GPUT>& gpus, const Condition& condition) {
-  GPUIDs ids;
-  for (const GPUT& gpu : gpus) {
-    if (condition(gpu)) ids.insert(gpu.id);
-  }
-  return ids;
-}
-
-std::string SearchText(const GPUT& gpu) {
-  return gpu.id + " " + EnumNameVendor(gpu.vendor) + " " + gpu.name + " " + EnumNameGPUType(gpu.type);
-}
-
-}  // namespace
 
 Detector::Detector() : m_impl(std::make_unique<Impl>()) {}
 Detector::~Detector() = default;
@@ -47,33 +28,31 @@ bool Detector::Detect(const DetectOptions& options) {
 GPUIDs Detector::GetGPUIDs() {
   const std::lock_guard lock(m_impl->mutex);
   if (!m_impl->EnsureResults()) return {};
-  return IDsOfGPUs(m_impl->gpus, [](const GPUT&) { return true; });
+  return Vexil::GetGPUIDs(m_impl->gpus);
 }
 
 GPUIDs Detector::GetGPUIDsByVendor(Vendor vendor) {
   const std::lock_guard lock(m_impl->mutex);
   if (!m_impl->EnsureResults()) return {};
-  return IDsOfGPUs(m_impl->gpus, [=](const GPUT& gpu) { return gpu.vendor == vendor; });
+  return Vexil::GetGPUIDsByVendor(m_impl->gpus, vendor);
 }
 
 GPUIDs Detector::GetGPUIDsByAPI(ComputeAPI api) {
   const std::lock_guard lock(m_impl->mutex);
   if (!m_impl->EnsureResults()) return {};
-  return IDsOfGPUs(m_impl->gpus, [=](const GPUT& gpu) {
-    return std::find(gpu.compute_apis.begin(), gpu.compute_apis.end(), api) != gpu.compute_apis.end();
-  });
+  return Vexil::GetGPUIDsByAPI(m_impl->gpus, api);
 }
 
 GPUIDs Detector::GetGPUIDsByType(GPUType type) {
   const std::lock_guard lock(m_impl->mutex);
   if (!m_impl->EnsureResults()) return {};
-  return IDsOfGPUs(m_impl->gpus, [=](const GPUT& gpu) { return gpu.type == type; });
+  return Vexil::GetGPUIDsByType(m_impl->gpus, type);
 }
 
 GPUIDs Detector::FindGPUIDs(const std::string& text) {
   const std::lock_guard lock(m_impl->mutex);
   if (!m_impl->EnsureResults()) return {};
-  return IDsOfGPUs(m_impl->gpus, [&](const GPUT& gpu) { return ContainsNoCase(SearchText(gpu), text); });
+  return Vexil::FindGPUIDs(m_impl->gpus, text);
 }
 
 std::string Detector::GetMainDisplayGPUID() {
@@ -86,12 +65,12 @@ const GPUT& Detector::GetMainDisplayGPU() { return GetGPU(GetMainDisplayGPUID())
 GPUIDs Detector::GetPeerGPUIDs(const std::string& gpu_id, ComputeAPI api) {
   const std::lock_guard lock(m_impl->mutex);
   if (!m_impl->EnsureResults()) return {};
-  return m_impl->FindPeers(gpu_id, api);
+  return FindPeers(m_impl->gpus, gpu_id, api);
 }
 
 const GPUT& Detector::GetGPU(const std::string& gpu_id) {
   const std::lock_guard lock(m_impl->mutex);
-  const GPUT* gpu = m_impl->EnsureResults() ? m_impl->FindGPUByID(gpu_id) : nullptr;
+  const GPUT* gpu = m_impl->EnsureResults() ? FindGPUByID(m_impl->gpus, gpu_id) : nullptr;
   return gpu != nullptr ? *gpu : m_impl->invalid_gpu;
 }
 

@@ -1,6 +1,5 @@
 #pragma once
 
-#include <algorithm>
 #include <memory>
 #include <mutex>
 #include <string>
@@ -23,17 +22,6 @@ class Detector::Impl {
 
   /// Runs the detection unless one has run. True when it found a GPU.
   bool EnsureResults();
-
-  /// The first GPU that satisfies `condition`; null when none does.
-  template <typename Condition>
-  const FlatBuffers::GPUT* FindGPU(const Condition& condition) const {
-    const auto found = std::find_if(gpus.begin(), gpus.end(), condition);
-    return found == gpus.end() ? nullptr : &*found;
-  }
-  const FlatBuffers::GPUT* FindGPUByID(const std::string& id) const;
-
-  /// See Detector::GetPeerGPUIDs.
-  std::unordered_set<std::string> FindPeers(const std::string& gpu_id, FlatBuffers::ComputeAPI api) const;
 
   /// Everything as one record that shares what is stored.
   FlatBuffers::DetectionResultT ToResult();

@@ -4,9 +4,7 @@
 #include "Common/Naming.h"
 #include "Common/Text.h"
 #include "Common/Unknown.h"
-#include "GPUMemory.h"
-#include "Log.h"
-#include "Windows/Kernel.h"
+#include "Queries.h"
 
 namespace Vexil {
 
@@ -18,38 +16,33 @@ using FlatBuffers::SystemT;
 
 namespace {
 
-/// The size of a field in MiB. Its first product wraps at 32 bits, so an absurd field prints as a size
-/// near zero or near 2^64.
-std::string FormatMiB(std::int32_t mib) {
-  const auto kib = static_cast<std::int32_t>(static_cast<std::uint32_t>(mib) << 10);
-  return FormatSize(static_cast<std::uint64_t>(std::int64_t{kib}) << 10);
-}
-
-void LogSystem(const SystemT& system) {
-  LOG_INFO("Detected System:");
-  LOG_INFO("  - OS: {} {}", EnumNameOS(system.os), system.os_version);
-  if (!system.model.empty()) LOG_INFO("  - Model: {}", system.model);
-  if (!system.system_id.empty()) LOG_INFO("  - System ID: {}", system.system_id);
+void WriteSystem(const SystemT& system, LiveFigures& live, ReportSink& sink) {
+  sink.Info("Detected System:");
+  sink.Info("  - OS: {} {}", EnumNameOS(system.os), system.os_version);
+  if (!system.model.empty()) sink.Info("  - Model: {}", system.model);
+  if (!system.system_id.empty()) sink.Info("  - System ID: {}", system.system_id);
   if (!system.cpu_name.empty()) {
-    LOG_INFO("  - CPU: {}, {} threads, {}", system.cpu_name, system.cpu_threads, ArchitectureName(kBuildArchitecture));
+    sink.Info("  - CPU: {}, {} threads, {}", system.cpu_name, system.cpu_threads, ArchitectureName(kBuildArchitecture));
   }
-  if (const auto memory = GetPhysicalMemory()) {
-    LOG_INFO("  - RAM: {} used of {}", FormatSize(memory->total - memory->available), FormatSize(memory->total));
+  std::uint64_t available = 0;
+  std::uint64_t total = 0;
+  if (live.GetSystemMemory(available, total)) {
+    sink.Info("  - RAM: {} used of {}", FormatSize(total - available), FormatSize(total));
   } else if (system.ram_mib >= 1) {
-    LOG_INFO("  - RAM: {}", FormatMiB(system.ram_mib));
+    sink.Info("  - RAM: {}", FormatMiB(system.ram_mib));
   }
-  if (!system.intel_driver_version.empty()) LOG_INFO("  - Intel GPU Driver: {}", system.intel_driver_version);
+  if (!system.intel_driver_version.empty()) sink.Info("  - Intel GPU Driver: {}", system.intel_driver_version);
   if (system.nvidia_driver_major >= 1) {
-    LOG_INFO("  - NVIDIA GPU Driver: {}.{}, supports CUDA {}.{}", system.nvidia_driver_major,
-             system.nvidia_driver_minor, system.cuda_driver_major, system.cuda_driver_minor);
+    sink.Info("  - NVIDIA GPU Driver: {}.{}, supports CUDA {}.{}", system.nvidia_driver_major,
+              system.nvidia_driver_minor, system.cuda_driver_major, system.cuda_driver_minor);
   }
-  if (!system.amd_driver_version.empty()) LOG_INFO("  - AMD GPU Driver: {}", system.amd_driver_version);
+  if (!system.amd_driver_version.empty()) sink.Info("  - AMD GPU Driver: {}", system.amd_driver_version);
 }
 
-std::string MemoryText(const MatchedGPUT& matched) {
+std::string MemoryText(const MatchedGPUT& matched, LiveFigures& live) {
   std::uint64_t free = 0;
   std::uint64_t total = 0;
-  if (QueryGPUMemory(matched, free, total)) {
+  if (live.GetGPUMemory(matched, free, total)) {
     return FormatSize(total - free) + " used of " + FormatSize(total) + " VRAM";
   }
   if (matched.gpu->vram_mib == kUnknown) return "Unknown VRAM";
@@ -83,39 +76,39 @@ std::vector<std::string> SourceNames(const MatchedGPUT& matched) {
   return names;
 }
 
-void LogGPU(const Detector::Impl& results, const MatchedGPUT& matched) {
+void WriteGPU(const MatchedGPUT& matched, const std::vector<GPUT>& gpus, LiveFigures& live, ReportSink& sink) {
   const GPUT& gpu = *matched.gpu;
-  std::vector<std::string> attributes = {EnumNameGPUType(gpu.type), MemoryText(matched)};
+  std::vector<std::string> attributes = {EnumNameGPUType(gpu.type), MemoryText(matched, live)};
   if (gpu.pci_bus != kUnknown) attributes.push_back(PCIText(gpu));
 
-  LOG_INFO("  - \"{} {}\" ({}){}", EnumNameVendor(gpu.vendor), gpu.name, gpu.id,
-           gpu.is_main_display ? " <- Main Display GPU" : "");
-  LOG_INFO("    {}", Join(attributes, ", "));
-  LOG_INFO("    Matches: {}", Join(SourceNames(matched), ", "));
-  if (matched.opencl == nullptr) LOG_WARN("    Warning: No OpenCL match.");
+  sink.Info("  - \"{} {}\" ({}){}", EnumNameVendor(gpu.vendor), gpu.name, gpu.id,
+            gpu.is_main_display ? " <- Main Display GPU" : "");
+  sink.Info("    {}", Join(attributes, ", "));
+  sink.Info("    Matches: {}", Join(SourceNames(matched), ", "));
+  if (matched.opencl == nullptr) sink.Warn("    Warning: No OpenCL match.");
 
   for (const ComputeAPI api : {ComputeAPI::Metal, ComputeAPI::CUDA, ComputeAPI::OpenCL}) {
-    const auto peers = results.FindPeers(gpu.id, api);
-    if (!peers.empty()) LOG_INFO("    {} Peers: {}", EnumNameComputeAPI(api), Join(peers, ", "));
+    const auto peers = FindPeers(gpus, gpu.id, api);
+    if (!peers.empty()) sink.Info("    {} Peers: {}", EnumNameComputeAPI(api), Join(peers, ", "));
   }
 }
 
-void LogMonitor(const Detector::Impl& results, const MonitorT& monitor) {
-  const GPUT* gpu = results.FindGPUByID(monitor.gpu_id);
+void WriteMonitor(const MonitorT& monitor, const std::vector<GPUT>& gpus, ReportSink& sink) {
+  const GPUT* gpu = FindGPUByID(gpus, monitor.gpu_id);
   if (gpu == nullptr) return;
-  LOG_INFO("  - \"{}\"{}", monitor.name, monitor.is_main ? " <- Main Monitor" : "");
-  LOG_INFO("    {}x{}, connected to \"{} {}\" ({})", monitor.width, monitor.height, EnumNameVendor(gpu->vendor),
-           gpu->name, monitor.gpu_id);
+  sink.Info("  - \"{}\"{}", monitor.name, monitor.is_main ? " <- Main Monitor" : "");
+  sink.Info("    {}x{}, connected to \"{} {}\" ({})", monitor.width, monitor.height, EnumNameVendor(gpu->vendor),
+            gpu->name, monitor.gpu_id);
 }
 
 }  // namespace
 
-void LogReport(const Detector::Impl& results, const std::vector<MatchedGPUT>& matched) {
-  LogSystem(results.system);
-  LOG_INFO("Detected {} GPUs:", matched.size());
-  for (const MatchedGPUT& entry : matched) LogGPU(results, entry);
-  LOG_INFO("Detected {} monitors:", results.monitors.size());
-  for (const MonitorT& monitor : results.monitors) LogMonitor(results, monitor);
+void WriteReport(const ReportedResults& results, LiveFigures& live, ReportSink& sink) {
+  WriteSystem(results.system, live, sink);
+  sink.Info("Detected {} GPUs:", results.matched.size());
+  for (const MatchedGPUT& matched : results.matched) WriteGPU(matched, results.gpus, live, sink);
+  sink.Info("Detected {} monitors:", results.monitors.size());
+  for (const MonitorT& monitor : results.monitors) WriteMonitor(monitor, results.gpus, sink);
 }
 
 }  // namespace Vexil

@@ -52,7 +52,7 @@ AMDDisplayLibrary::~AMDDisplayLibrary() {
 
 bool AMDDisplayLibrary::Initialize() {
   if (m_initialized) return true;
-  if (!Open("atiadlxx.dll")) return false;
+  if (!Open(kFileName)) return false;
   if (!ResolveAll()) {
     Unload();
     return false;

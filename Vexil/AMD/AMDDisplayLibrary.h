@@ -13,6 +13,8 @@ namespace Vexil {
 /// The AMD Display Library, atiadlxx.dll, which comes with AMD's graphics driver.
 class AMDDisplayLibrary : private VendorLibrary {
  public:
+  static constexpr const char* kFileName = "atiadlxx.dll";
+
   AMDDisplayLibrary() = default;
   /// Where the library loaded but would not start, it stays loaded for the life of the process.
   ~AMDDisplayLibrary();
@@ -27,6 +29,9 @@ class AMDDisplayLibrary : private VendorLibrary {
   /// The graphics driver's version, such as "31.0.21912.14", and its first two numbers, which stay
   /// unknown where the text holds none.
   bool GetDriverVersion(std::string& version, std::int32_t& major, std::int32_t& minor);
+
+  /// See VendorLibrary.
+  LibraryInspection Inspect() { return VendorLibrary::Inspect(kFileName); }
 
   Entry<int(ADL_MAIN_MALLOC_CALLBACK* allocate, int connected_adapters_only)> ADL_Main_Control_Create{
       *this, "ADL_Main_Control_Create"};

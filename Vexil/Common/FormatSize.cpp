@@ -15,4 +15,9 @@ std::string FormatSize(std::uint64_t bytes) {
   return fmt::format("{} B", bytes);
 }
 
+std::string FormatMiB(std::int32_t mib) {
+  const auto kib = static_cast<std::int32_t>(static_cast<std::uint32_t>(mib) << 10);
+  return FormatSize(static_cast<std::uint64_t>(std::int64_t{kib}) << 10);
+}
+
 }  // namespace Vexil

@@ -8,4 +8,8 @@ namespace Vexil {
 /// A number of bytes for people: "1.5 GiB", "512 MiB", "100 B".
 std::string FormatSize(std::uint64_t bytes);
 
+/// The size of a field in MiB. Its first product wraps at 32 bits, so an absurd field prints as a size
+/// near zero or near 2^64.
+std::string FormatMiB(std::int32_t mib);
+
 }  // namespace Vexil

@@ -33,4 +33,20 @@ bool VendorLibrary::ResolveAll() {
   return complete;
 }
 
+LibraryInspection VendorLibrary::Inspect(const char* file_name) {
+  LibraryInspection inspection;
+  inspection.is_installed = Open(file_name);
+  if (!inspection.is_installed) return inspection;
+  for (EntryPoint* entry_point : m_entry_points) {
+    Resolve(*entry_point);
+    if (*entry_point) continue;
+    auto& missing =
+        entry_point->m_need == Need::Required ? inspection.missing_required : inspection.missing_optional;
+    missing.emplace_back(entry_point->m_name);
+  }
+  for (EntryPoint* entry_point : m_entry_points) entry_point->Forget();
+  Close();
+  return inspection;
+}
+
 }  // namespace Vexil

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <string>
 #include <vector>
 
 #include "Common/OpenLibrary.h"
@@ -7,6 +8,13 @@
 namespace Vexil {
 
 enum class Need { Required, Optional };
+
+/// What stands in the way of using a vendor's library.
+struct LibraryInspection {
+  bool is_installed = false;
+  std::vector<std::string> missing_required;
+  std::vector<std::string> missing_optional;
+};
 
 /// A vendor's library, found at run time, with its entry points as members, one line each:
 ///
@@ -19,6 +27,9 @@ class VendorLibrary {
  public:
   VendorLibrary(const VendorLibrary&) = delete;
   VendorLibrary& operator=(const VendorLibrary&) = delete;
+
+  /// Opens a library that is not in use, looks for every entry point, and closes it. Calls nothing.
+  LibraryInspection Inspect(const char* file_name);
 
  protected:
   class EntryPoint {

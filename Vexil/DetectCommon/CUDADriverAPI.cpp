@@ -6,7 +6,7 @@ namespace Vexil {
 
 bool CUDADriverAPI::Initialize() {
   if (IsOpen()) return true;
-  if (!Open("nvcuda.dll")) return false;
+  if (!Open(kFileName)) return false;
   if (const char* missing = Resolve()) {
     LOG_ERROR("CUDA: Failed to load {}", missing);
     Close();

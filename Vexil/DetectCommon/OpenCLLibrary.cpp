@@ -37,9 +37,9 @@ std::vector<Handle> QueryHandles(const Query& query) {
 }  // namespace
 
 bool OpenCLLibrary::Initialize() {
-  if (!Open("OpenCL.dll") || Resolve() != nullptr) return false;
+  if (!Open(kFileName) || Resolve() != nullptr) return false;
   static std::atomic<bool> is_kept = false;
-  if (!is_kept.exchange(true)) OpenLibrary("OpenCL.dll");
+  if (!is_kept.exchange(true)) OpenLibrary(kFileName);
   return true;
 }
 

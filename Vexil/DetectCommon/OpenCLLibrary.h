@@ -17,6 +17,8 @@ namespace Vexil {
 /// given platform and device handles that point into it.
 class OpenCLLibrary : private VendorLibrary {
  public:
+  static constexpr const char* kFileName = "OpenCL.dll";
+
   /// Loads the library. True when it is there with all entry points.
   bool Initialize();
 
@@ -41,6 +43,9 @@ class OpenCLLibrary : private VendorLibrary {
 
   /// From the platform's name.
   FlatBuffers::Vendor PlatformVendor(cl_platform_id platform) const;
+
+  /// See VendorLibrary.
+  LibraryInspection Inspect() { return VendorLibrary::Inspect(kFileName); }
 
   Entry<cl_int(cl_uint, cl_platform_id*, cl_uint*)> clGetPlatformIDs{*this, "clGetPlatformIDs"};
   Entry<cl_int(cl_platform_id, cl_platform_info, std::size_t, void*, std::size_t*)> clGetPlatformInfo{

@@ -110,12 +110,15 @@ void AppendAMDGPUs(const DetectorsOutputT& detectors, std::vector<MatchedGPUT>& 
   }
 }
 
-/// True when the vendor's library names a display that is also an output of the DirectX adapter.
+/// The displays that the vendor's library names for a GPU.
+std::vector<std::string> DisplaysOf(const MatchedGPUT& entry) {
+  if (entry.amddl != nullptr) return entry.amddl->display_names;
+  if (entry.nvapi != nullptr) return entry.nvapi->display_names;
+  return {};
+}
+
 bool SharesDisplay(const MatchedGPUT& entry, const DirectXGPUT& directx) {
-  static const std::vector<std::string> none;
-  const auto& displays = entry.amddl != nullptr   ? entry.amddl->display_names
-                         : entry.nvapi != nullptr ? entry.nvapi->display_names
-                                                  : none;
+  const auto displays = DisplaysOf(entry);
   return std::any_of(directx.output_names.begin(), directx.output_names.end(), [&](const std::string& output) {
     return !output.empty() && std::find(displays.begin(), displays.end(), output) != displays.end();
   });

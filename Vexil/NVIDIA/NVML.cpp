@@ -17,7 +17,7 @@ NVML::~NVML() {
 
 bool NVML::Initialize() {
   if (IsOpen()) return true;
-  if (!Open("nvml.dll")) {
+  if (!Open(kFileName)) {
     LOG_DEBUG("NVML lib not found");
     return false;
   }

@@ -25,6 +25,8 @@ static_assert(sizeof(nvmlPciInfo_t) == 68);
 /// The NVIDIA Management Library, nvml.dll. It alone knows PCI Express generations and NVLinks.
 class NVML : private VendorLibrary {
  public:
+  static constexpr const char* kFileName = "nvml.dll";
+
   NVML() = default;
   ~NVML();
 
@@ -37,6 +39,9 @@ class NVML : private VendorLibrary {
 
   /// One record per device whose PCI location could be read.
   std::vector<FlatBuffers::NVMLGPUT> GetGPUs();
+
+  /// See VendorLibrary.
+  LibraryInspection Inspect() { return VendorLibrary::Inspect(kFileName); }
 
   Entry<nvmlReturn_t()> nvmlInit{*this, "nvmlInit_v2"};
   Entry<nvmlReturn_t()> nvmlShutdown{*this, "nvmlShutdown"};

@@ -1,0 +1,40 @@
+#include "LogReport.h"
+
+#include "GPUMemory.h"
+#include "Windows/Kernel.h"
+
+namespace Vexil {
+namespace {
+
+class ThisMachine final : public LiveFigures {
+ public:
+  bool GetSystemMemory(std::uint64_t& available, std::uint64_t& total) override {
+    const auto memory = GetPhysicalMemory();
+    if (!memory) return false;
+    available = memory->available;
+    total = memory->total;
+    return true;
+  }
+
+  bool GetGPUMemory(const FlatBuffers::MatchedGPUT& matched, std::uint64_t& free, std::uint64_t& total) override {
+    return QueryGPUMemory(matched, free, total);
+  }
+};
+
+class LogSink final : public ReportSink {
+ protected:
+  bool Wants(LogLevel level) override { return IsLogEnabled(level); }
+  void Write(LogLevel level, const std::string& line) override {
+    WriteLog(level, line, {__FILE__, VEXIL_FUNCTION, __LINE__});
+  }
+};
+
+}  // namespace
+
+void LogReport(const ReportedResults& results) {
+  ThisMachine live;
+  LogSink sink;
+  WriteReport(results, live, sink);
+}
+
+}  // namespace Vexil

@@ -1,0 +1,62 @@
+#include "MatchedResults.h"
+
+#include <algorithm>
+
+#include "Log.h"
+
+namespace Vexil {
+
+using FlatBuffers::MatchedGPUT;
+using FlatBuffers::MonitorT;
+
+namespace {
+
+/// Leaves the first of the GPUs that claim the main display; empty when none does.
+std::string KeepOneMainDisplayGPU(const std::vector<MatchedGPUT>& matched) {
+  std::string id;
+  for (const MatchedGPUT& entry : matched) {
+    if (!entry.gpu->is_main_display) continue;
+    if (id.empty()) {
+      id = entry.gpu->id;
+    } else {
+      LOG_ERROR("Multiple Main Display GPUs found, ignoring {}.", entry.gpu->id);
+      entry.gpu->is_main_display = false;
+    }
+  }
+  return id;
+}
+
+/// The GPU of the main monitor, or of the first one when none is main; empty when that is no known GPU.
+std::string MainDisplayGPUByMonitor(const std::vector<MatchedGPUT>& matched, const std::vector<MonitorT>& monitors) {
+  auto monitor = std::find_if(monitors.begin(), monitors.end(), [](const MonitorT& m) { return m.is_main; });
+  if (monitor == monitors.end()) monitor = monitors.begin();
+  if (monitor == monitors.end()) return {};
+  const auto entry =
+      std::find_if(matched.begin(), matched.end(), [&](const MatchedGPUT& m) { return m.gpu->id == monitor->gpu_id; });
+  if (entry == matched.end()) return {};
+  LOG_WARN("Found Main Display GPU {} through monitor match.", monitor->gpu_id);
+  entry->gpu->is_main_display = true;
+  return monitor->gpu_id;
+}
+
+}  // namespace
+
+std::string ChooseMainDisplayGPU(const std::vector<MatchedGPUT>& matched, const std::vector<MonitorT>& monitors) {
+  std::string id = KeepOneMainDisplayGPU(matched);
+  if (id.empty()) id = MainDisplayGPUByMonitor(matched, monitors);
+  if (id.empty()) {
+    FlatBuffers::GPUT& first = *matched.front().gpu;
+    first.is_main_display = true;
+    id = first.id;
+    LOG_ERROR("No Main Display GPU found and no monitors found to match, defaulting to {}.", id);
+  }
+  return id;
+}
+
+void NameMonitors(std::vector<MonitorT>& monitors) {
+  for (MonitorT& monitor : monitors) {
+    if (monitor.name.empty()) monitor.name = "Monitor";
+  }
+}
+
+}  // namespace Vexil

@@ -1,0 +1,55 @@
+# What "cmake --install" and "cpack" put together: everything that a host needs to build and run, so that
+# find_package(Vexil) with the folder in CMAKE_PREFIX_PATH is all it takes.
+
+include(CMakePackageConfigHelpers)
+
+set(VEXIL_LICENSES_DIR "" CACHE PATH "Licence texts of the libraries that are shipped")
+if(NOT VEXIL_LICENSES_DIR AND EXISTS "$ENV{VEXIL_DEPS}/licenses")
+  set(VEXIL_LICENSES_DIR $ENV{VEXIL_DEPS}/licenses)
+endif()
+
+install(TARGETS vexil EXPORT VexilTargets
+  RUNTIME DESTINATION bin
+  ARCHIVE DESTINATION lib
+  INCLUDES DESTINATION include include/Vexil/third_party)
+install(TARGETS vexil_cli RUNTIME DESTINATION bin)
+set(runtime_dlls $<TARGET_RUNTIME_DLLS:vexil> ${VEXIL_COMPILER_DLLS})
+install(FILES ${runtime_dlls} DESTINATION bin)
+
+install(FILES Vexil/Vexil.h DESTINATION include/Vexil)
+install(FILES ${VEXIL_RECORDS_HEADER} DESTINATION include/Vexil/FlatBuffers)
+install(FILES ${VEXIL_SCHEMA} DESTINATION share/Vexil)
+
+# The records are made of these headers, in the very version that generated them.
+install(DIRECTORY ${FLATBUFFERS_INCLUDE_DIR}/flatbuffers DESTINATION include/Vexil/third_party)
+# For hosts that configure logging themselves; they have to share the library's log4cxx.
+find_path(LOG4CXX_INCLUDE_DIR log4cxx/logger.h REQUIRED)
+install(DIRECTORY ${LOG4CXX_INCLUDE_DIR}/log4cxx DESTINATION include/Vexil/third_party)
+install(FILES $<TARGET_LINKER_FILE:log4cxx> DESTINATION lib)
+
+install(FILES README.md CHANGELOG.md DESTINATION share/doc/Vexil)
+install(DIRECTORY docs/ DESTINATION share/doc/Vexil)
+if(VEXIL_LICENSES_DIR)
+  install(DIRECTORY ${VEXIL_LICENSES_DIR}/ DESTINATION share/licenses/Vexil)
+endif()
+
+install(EXPORT VexilTargets NAMESPACE Vexil:: DESTINATION lib/cmake/Vexil)
+set_target_properties(vexil PROPERTIES EXPORT_NAME Vexil)
+add_library(Vexil::Vexil ALIAS vexil)
+
+file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/package/VexilFiles.cmake CONTENT
+"set(_vexil_dlls \"$<PATH:GET_FILENAME,${runtime_dlls}>\")
+set(_vexil_log4cxx_dll \"$<TARGET_FILE_NAME:log4cxx>\")
+set(_vexil_log4cxx_library \"$<TARGET_LINKER_FILE_NAME:log4cxx>\")
+")
+configure_package_config_file(cmake/VexilConfig.cmake.in ${CMAKE_BINARY_DIR}/package/VexilConfig.cmake
+  INSTALL_DESTINATION lib/cmake/Vexil)
+write_basic_package_version_file(${CMAKE_BINARY_DIR}/package/VexilConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${CMAKE_BINARY_DIR}/package/VexilConfig.cmake ${CMAKE_BINARY_DIR}/package/VexilConfigVersion.cmake
+  ${CMAKE_BINARY_DIR}/package/VexilFiles.cmake DESTINATION lib/cmake/Vexil)
+
+set(CPACK_GENERATOR ZIP)
+set(CPACK_PACKAGE_NAME Vexil)
+set(CPACK_PACKAGE_FILE_NAME Vexil-${PROJECT_VERSION}-windows-x64)
+set(CPACK_STRIP_FILES ON)
+include(CPack)
