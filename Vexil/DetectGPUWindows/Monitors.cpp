@@ -9,6 +9,8 @@ namespace Vexil {
 
 void AddMonitorsOn(const std::string& output_name, bool is_main,
                    std::vector<std::shared_ptr<FlatBuffers::MonitorT>>& monitors) {
+  // Without a name Windows would list the adapters instead.
+  if (output_name.empty()) return;
   for (std::uint32_t index = 0; index < kMostItems; ++index) {
     const auto device = GetMonitorOn(output_name, index);
     if (!device) return;
