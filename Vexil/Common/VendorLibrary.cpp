@@ -40,8 +40,7 @@ LibraryInspection VendorLibrary::Inspect(const char* file_name) {
   for (EntryPoint* entry_point : m_entry_points) {
     Resolve(*entry_point);
     if (*entry_point) continue;
-    auto& missing =
-        entry_point->m_need == Need::Required ? inspection.missing_required : inspection.missing_optional;
+    auto& missing = entry_point->m_need == Need::Required ? inspection.missing_required : inspection.missing_optional;
     missing.emplace_back(entry_point->m_name);
   }
   for (EntryPoint* entry_point : m_entry_points) entry_point->Forget();
