@@ -1,0 +1,191 @@
+#pragma once
+
+#include <cstdint>
+#include <map>
+#include <optional>
+#include <set>
+#include <string>
+#include <utility>
+#include <vector>
+
+#include "Windows/DXGI.h"
+#include "Windows/DisplayDevices.h"
+#include "Windows/Kernel.h"
+
+namespace Vexil::Simulation {
+
+// What a machine's interfaces answer, as plain data. A library that is nothing is not installed; a number
+// that is nothing is one that the driver refuses to tell.
+
+struct PCIPlace {
+  std::uint32_t bus = 0;
+  std::uint32_t device = 0;
+  std::uint32_t function = 0;
+};
+
+/// An output of the desktop, with the monitors on it.
+struct DesktopOutput {
+  DisplayDevice device;
+  std::optional<DisplayMode> mode;
+  std::vector<DisplayDevice> monitors;
+};
+
+/// A device of Windows' display class.
+struct ClassDevice {
+  std::optional<std::string> driver_key;
+  std::optional<std::uint64_t> luid;
+  std::optional<PCIPlace> pci;
+};
+
+struct GraphicsAdapter {
+  DXGIAdapterDescription description;
+  std::vector<std::string> outputs;
+};
+
+/// What vendor libraries have in common.
+struct Library {
+  /// Entry points that this version of the library does not have yet.
+  std::set<std::string> missing;
+  /// How many devices the library says it has, where that is not how many it has.
+  std::optional<std::int64_t> claimed_count;
+};
+
+struct OpenCLDevice {
+  std::string name;
+  std::string vendor;
+  std::string driver_version;
+  std::string extensions;
+  bool is_gpu = true;
+  std::optional<std::uint64_t> memory_bytes;
+  std::optional<bool> unified_memory;
+  std::optional<PCIPlace> pci;
+  std::uint32_t topology_type = 1;
+  std::optional<std::string> board_name;
+  std::optional<std::uint64_t> free_memory_kib;
+  std::vector<std::size_t> peers;  ///< Places in the platform's list.
+  std::optional<std::uint64_t> peer_count;
+  std::optional<std::uint64_t> luid;  ///< Of the DXGI adapter with which it shares.
+};
+
+struct OpenCLPlatform {
+  std::string name;
+  std::string version;
+  std::string extensions;
+  /// What the platform answers when asked for a device's vendor, which most refuse.
+  std::optional<std::string> device_vendor;
+  std::optional<std::int64_t> claimed_count;
+  std::vector<OpenCLDevice> devices;
+};
+
+struct OpenCL : Library {
+  std::vector<OpenCLPlatform> platforms;
+};
+
+struct CUDADevice {
+  std::string name;
+  std::optional<std::uint64_t> memory_bytes;
+  std::optional<std::int32_t> compute_major;
+  std::optional<std::int32_t> compute_minor;
+  std::optional<PCIPlace> pci;
+  std::vector<std::size_t> peers;  ///< Ordinals.
+};
+
+struct CUDA : Library {
+  std::int32_t driver_version = 0;
+  std::vector<CUDADevice> devices;
+};
+
+struct NvLink {
+  PCIPlace remote;
+  std::optional<std::uint32_t> version;
+};
+
+struct NVMLDevice {
+  std::optional<PCIPlace> pci;
+  std::optional<std::uint32_t> generation;
+  std::optional<std::uint32_t> max_generation;
+  std::optional<std::uint32_t> width;
+  std::optional<std::uint32_t> max_width;
+  std::optional<std::string> vbios;
+  std::vector<NvLink> links;
+};
+
+struct NVML : Library {
+  std::vector<NVMLDevice> devices;
+};
+
+struct NVAPIDeviceIDs {
+  std::uint32_t device = 0;
+  std::uint32_t subsystem = 0;
+  std::uint32_t revision = 0;
+  std::uint32_t external_device = 0;
+};
+
+struct NVAPIGPU {
+  std::string name;
+  std::string vbios;
+  std::optional<PCIPlace> pci;
+  std::optional<NVAPIDeviceIDs> ids;
+  std::optional<std::uint32_t> width;
+  std::optional<std::uint32_t> system_type;
+  std::optional<std::uint32_t> gpu_type;
+  std::optional<std::uint32_t> memory_kib;
+  std::uint32_t free_memory_kib = 0;
+};
+
+struct NVAPIDisplay {
+  std::string name;
+  bool attached = true;
+  std::vector<std::size_t> gpus;  ///< Places in the list of GPUs.
+};
+
+struct NVAPI : Library {
+  std::uint32_t driver_version = 0;
+  std::vector<NVAPIGPU> gpus;
+  std::vector<NVAPIDisplay> displays;
+};
+
+/// One output of an AMD card.
+struct ADLAdapter {
+  std::int32_t index = 0;
+  std::string name;
+  std::string display;
+  std::int32_t vendor_id = 0x1002;
+  PCIPlace pci;
+  std::string pnp;
+  std::optional<std::int32_t> asic_types;
+};
+
+struct ADL : Library {
+  std::string driver_version;
+  std::optional<std::int32_t> primary_adapter;
+  std::vector<ADLAdapter> adapters;
+};
+
+/// Calls that this machine fails.
+struct Failure {
+  /// "cuDeviceGetName"; of a call with a parameter also only one kind: "cuDeviceGetAttribute 33".
+  std::string call;
+  /// On this device only.
+  std::optional<std::int64_t> device;
+};
+
+struct Machine {
+  std::string about;
+  /// By key and name, under HKEY_LOCAL_MACHINE.
+  std::map<std::pair<std::string, std::string>, std::string> registry;
+  std::optional<PhysicalMemory> memory;
+  std::uint32_t processors = 0;
+  std::vector<DesktopOutput> desktop;
+  std::vector<ClassDevice> display_class;
+  /// Nothing where there is no DXGI.
+  std::optional<std::vector<GraphicsAdapter>> dxgi;
+  std::optional<OpenCL> opencl;
+  std::optional<CUDA> cuda;
+  std::optional<NVML> nvml;
+  std::optional<NVAPI> nvapi;
+  std::optional<ADL> adl;
+  std::vector<Failure> failures;
+};
+
+}  // namespace Vexil::Simulation

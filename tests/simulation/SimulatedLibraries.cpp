@@ -1,0 +1,40 @@
+#include "SimulatedLibraries.h"
+
+namespace Vexil {
+
+using namespace Simulation;
+
+bool Simulation::EntryFails(const SimulatedLibrary& library, std::string_view call, std::string_view parameter,
+                            std::int64_t device) {
+  if (Observed().open.at(library.file_name) <= 0) ReportMisuse(std::string(call) + " of a closed library");
+  return CallFails(call, parameter, device) || library.installed() == nullptr;
+}
+
+void* OpenLibrary(const char* file_name) {
+  for (const SimulatedLibrary* library :
+       {&SimulatedOpenCL(), &SimulatedCUDA(), &SimulatedNVML(), &SimulatedNVAPI(), &SimulatedADL()}) {
+    if (std::string_view(library->file_name) != file_name) continue;
+    if (library->installed() == nullptr || CallFails("LoadLibrary", file_name)) return nullptr;
+    CountOpen(file_name, 1);
+    return const_cast<SimulatedLibrary*>(library);
+  }
+  ReportMisuse(std::string("nobody has a library ") + file_name);
+  return nullptr;
+}
+
+Symbol FindSymbol(void* library, const char* name) {
+  const auto& simulated = *static_cast<const SimulatedLibrary*>(library);
+  const auto entry = simulated.exports.find(name);
+  if (entry == simulated.exports.end()) ReportMisuse(std::string(simulated.file_name) + " never had " + name);
+  const Library* installed = simulated.installed();
+  const bool is_missing = entry == simulated.exports.end() || installed == nullptr || installed->missing.contains(name);
+  return CallFails("GetProcAddress", name) || is_missing ? nullptr : entry->second;
+}
+
+void CloseLibrary(void* library) {
+  const auto& simulated = *static_cast<const SimulatedLibrary*>(library);
+  CountOpen(simulated.file_name, -1);
+  if (Observed().open.at(simulated.file_name) < 0) ReportMisuse(std::string(simulated.file_name) + " closed twice");
+}
+
+}  // namespace Vexil

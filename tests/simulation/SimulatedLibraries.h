@@ -1,0 +1,56 @@
+#pragma once
+
+#include <map>
+#include <string>
+#include <string_view>
+
+#include "Common/OpenLibrary.h"
+#include "Simulation.h"
+
+namespace Vexil::Simulation {
+
+// The vendors' libraries as the loader of the operating system sees them. Each simulated library declares
+// its driver's binary interface anew instead of using the product's headers, so that a wrong name, number
+// or size there shows.
+
+struct SimulatedLibrary {
+  const char* file_name;
+  /// The machine's; null where the library is not installed.
+  const Library* (*installed)();
+  std::map<std::string, Symbol> exports;
+};
+
+/// Every entry point passes here first. True when it has to fail.
+bool EntryFails(const SimulatedLibrary& library, std::string_view call, std::string_view parameter = {},
+                std::int64_t device = kNoDevice);
+
+const SimulatedLibrary& SimulatedOpenCL();
+const SimulatedLibrary& SimulatedCUDA();
+const SimulatedLibrary& SimulatedNVML();
+const SimulatedLibrary& SimulatedNVAPI();
+const SimulatedLibrary& SimulatedADL();
+
+template <typename Function>
+Symbol ToSymbol(Function* function) {
+  return reinterpret_cast<Symbol>(function);
+}
+
+template <typename Section>
+const Library* Installed(const std::optional<Section>& section) {
+  return section ? &*section : nullptr;
+}
+
+/// The element that a driver's handle or index stands for; null where there is none.
+template <typename Element>
+const Element* At(const std::vector<Element>& elements, std::int64_t place) {
+  const auto size = static_cast<std::int64_t>(elements.size());
+  return place >= 0 && place < size ? &elements[static_cast<std::size_t>(place)] : nullptr;
+}
+
+/// The number of devices that a library claims.
+template <typename Number, typename Element>
+Number Count(const std::optional<std::int64_t>& claimed, const std::vector<Element>& elements) {
+  return static_cast<Number>(claimed.value_or(static_cast<std::int64_t>(elements.size())));
+}
+
+}  // namespace Vexil::Simulation

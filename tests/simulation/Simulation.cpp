@@ -1,0 +1,92 @@
+#include "Simulation.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+#include <mutex>
+#include <utility>
+
+namespace Vexil::Simulation {
+namespace {
+
+struct State {
+  Machine machine;
+  Observations observed;
+  std::function<bool(std::uint64_t call)> fails;
+  // Hosts ask from several threads.
+  std::mutex mutex;
+};
+
+State& TheState() {
+  static State state;
+  return state;
+}
+
+bool Matches(const Failure& failure, std::string_view call, std::string_view parameter, std::int64_t device) {
+  if (failure.device && *failure.device != device) return false;
+  return failure.call == call || failure.call == fmt::format("{} {}", call, parameter);
+}
+
+}  // namespace
+
+void SetMachine(Machine machine) {
+  State& state = TheState();
+  const std::lock_guard lock(state.mutex);
+  state.machine = std::move(machine);
+  state.observed.calls = 0;
+  state.observed.failed_calls.clear();
+  state.observed.misuses.clear();
+  state.fails = nullptr;
+}
+
+const Machine& TheMachine() { return TheState().machine; }
+
+const Observations& Observed() { return TheState().observed; }
+
+void FailCalls(std::function<bool(std::uint64_t call)> fails) { TheState().fails = std::move(fails); }
+
+bool CallFails(std::string_view call, std::string_view parameter, std::int64_t device) {
+  State& state = TheState();
+  const std::lock_guard lock(state.mutex);
+  const std::uint64_t number = ++state.observed.calls;
+  const auto& failures = state.machine.failures;
+  const bool machine_fails = std::any_of(failures.begin(), failures.end(), [&](const Failure& failure) {
+    return Matches(failure, call, parameter, device);
+  });
+  const bool fails = machine_fails || (state.fails && state.fails(number));
+  if (fails) state.observed.failed_calls.emplace_back(call);
+  return fails;
+}
+
+bool CallFails(std::string_view call, std::int64_t device) { return CallFails(call, {}, device); }
+
+void CountOpen(const std::string& library, int change) {
+  const std::lock_guard lock(TheState().mutex);
+  TheState().observed.open[library] += change;
+}
+
+void CountUp(const std::string& library, int change) {
+  const std::lock_guard lock(TheState().mutex);
+  TheState().observed.up[library] += change;
+}
+
+bool IsUp(const std::string& library) {
+  const std::lock_guard lock(TheState().mutex);
+  const auto& up = TheState().observed.up;
+  const auto found = up.find(library);
+  return found != up.end() && found->second > 0;
+}
+
+void ReportMisuse(const std::string& what) {
+  const std::lock_guard lock(TheState().mutex);
+  TheState().observed.misuses.push_back(what);
+}
+
+void WriteText(const std::string& text, char* buffer, std::size_t size) {
+  std::memcpy(buffer, text.c_str(), std::min(text.size() + 1, size));
+}
+
+std::string Hex(std::uint64_t value) { return fmt::format("0x{:x}", value); }
+
+}  // namespace Vexil::Simulation

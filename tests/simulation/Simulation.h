@@ -1,0 +1,57 @@
+#pragma once
+
+#include <cstdint>
+#include <functional>
+#include <map>
+#include <string>
+#include <string_view>
+#include <vector>
+
+#include "Machine.h"
+
+namespace Vexil::Simulation {
+
+// One machine at a time is simulated, for the whole process.
+
+/// What the drivers have seen.
+struct Observations {
+  // Since SetMachine.
+  std::uint64_t calls = 0;
+  std::vector<std::string> failed_calls;
+  /// Calls that no caller with sense makes: into a library that is closed, with a buffer of the wrong size.
+  std::vector<std::string> misuses;
+
+  // In this process. By library: opened and not yet closed, started and not yet shut down.
+  std::map<std::string, int> open;
+  std::map<std::string, int> up;
+};
+
+/// Takes the place of the machine before. Nothing may be running on it.
+void SetMachine(Machine machine);
+const Machine& TheMachine();
+const Observations& Observed();
+
+/// Fails what `fails` says, on top of what the machine fails itself; it is given the number of the call,
+/// counted from 1. SetMachine forgets it.
+void FailCalls(std::function<bool(std::uint64_t call)> fails);
+
+// For the simulated drivers.
+
+constexpr std::int64_t kNoDevice = -1;
+
+/// Every driver call passes here first. True when it has to fail.
+bool CallFails(std::string_view call, std::string_view parameter = {}, std::int64_t device = kNoDevice);
+bool CallFails(std::string_view call, std::int64_t device);
+
+void CountOpen(const std::string& library, int change);
+void CountUp(const std::string& library, int change);
+bool IsUp(const std::string& library);
+void ReportMisuse(const std::string& what);
+
+/// As careless drivers do: a text that fills its buffer gets no NUL.
+void WriteText(const std::string& text, char* buffer, std::size_t size);
+
+/// "0x1a"
+std::string Hex(std::uint64_t value);
+
+}  // namespace Vexil::Simulation
