@@ -73,6 +73,7 @@ std::vector<std::uint64_t> GetAMDP2PDevices(const OpenCLLibrary& opencl, cl_devi
   std::vector<cl_device_id> peers(static_cast<std::size_t>(std::min<std::uint64_t>(count, kMostItems)), nullptr);
   const std::size_t size = peers.size() * sizeof(cl_device_id);
   if (opencl.clGetDeviceInfo(device, kP2PDevicesAMD, size, peers.data(), nullptr) != CL_SUCCESS) return {};
+  peers.erase(std::remove(peers.begin(), peers.end(), nullptr), peers.end());
   std::vector<std::uint64_t> handles(peers.size());
   std::transform(peers.begin(), peers.end(), handles.begin(), FromHandle<cl_device_id>);
   return handles;

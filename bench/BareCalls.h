@@ -1,0 +1,11 @@
+#pragma once
+
+#include <cstddef>
+
+namespace Vexil::Bench {
+
+/// Makes the driver calls of one detection on NvidiaMachine(gpus), and nothing else: no records, no
+/// strings, no matching, no log. What a detection takes beyond this is the library's own.
+void MakeBareCalls(std::size_t gpus);
+
+}  // namespace Vexil::Bench
