@@ -32,6 +32,8 @@ class LogSink final : public ReportSink {
 }  // namespace
 
 void LogReport(const ReportedResults& results) {
+  // Asking drivers for figures that nobody will read takes time, and keeps NVAPI up for nothing.
+  if (!IsLogEnabled(LogLevel::Info) && !IsLogEnabled(LogLevel::Warn)) return;
   ThisMachine live;
   LogSink sink;
   WriteReport(results, live, sink);
