@@ -1,0 +1,106 @@
+#include <Vexil.h>
+#include <gtest/gtest.h>
+#include <windows.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstdlib>
+#include <fstream>
+#include <regex>
+
+namespace Vexil::Tests {
+namespace {
+
+using Texts = std::vector<std::string>;
+
+template <typename Type>
+const Type* InModule(HMODULE module, std::size_t offset) {
+  return reinterpret_cast<const Type*>(reinterpret_cast<const std::byte*>(module) + offset);
+}
+
+Texts ExportsOf(HMODULE module) {
+  const auto* headers =
+      InModule<IMAGE_NT_HEADERS>(module, static_cast<std::size_t>(InModule<IMAGE_DOS_HEADER>(module, 0)->e_lfanew));
+  const auto& place = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT];
+  const auto* exports = InModule<IMAGE_EXPORT_DIRECTORY>(module, place.VirtualAddress);
+  const auto* names = InModule<DWORD>(module, exports->AddressOfNames);
+  Texts texts;
+  for (DWORD index = 0; index < exports->NumberOfNames; ++index)
+    texts.emplace_back(InModule<char>(module, names[index]));
+  EXPECT_EQ(exports->NumberOfFunctions, exports->NumberOfNames) << "something is exported by number only";
+  return texts;
+}
+
+TEST(FinishedLibrary, ExportsItsOneFunctionAndWhatDriversLookFor) {
+  const HMODULE library = LoadLibraryA("vexil.dll");
+  ASSERT_NE(library, nullptr);
+  EXPECT_EQ(ExportsOf(library), (Texts{"AmdPowerXpressRequestHighPerformance", "GetInstance", "NvOptimusEnablement"}));
+  for (const char* symbol : {"NvOptimusEnablement", "AmdPowerXpressRequestHighPerformance"}) {
+    const auto* value = reinterpret_cast<const std::int32_t*>(reinterpret_cast<void*>(GetProcAddress(library, symbol)));
+    ASSERT_NE(value, nullptr) << symbol;
+    EXPECT_EQ(*value, 1) << symbol;
+  }
+  const auto get_instance =
+      reinterpret_cast<GetInstanceFunction>(reinterpret_cast<void*>(GetProcAddress(library, "GetInstance")));
+  EXPECT_NE(get_instance(), nullptr);
+  EXPECT_EQ(get_instance(), get_instance());
+}
+
+Texts LinesOf(const char* file) {
+  std::ifstream stream(file);
+  Texts lines;
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+struct HostOutput {
+  Texts standard_output;
+  Texts standard_error;
+};
+
+HostOutput RunLoggingHost(const std::string& modes) {
+  const std::string command = "vexil_logging_host.exe " + modes + " >logging_host.out 2>logging_host.err";
+  EXPECT_EQ(std::system(command.c_str()), 0) << command;
+  return {LinesOf("logging_host.out"), LinesOf("logging_host.err")};
+}
+
+bool Has(const Texts& lines, const std::string& pattern) {
+  return std::any_of(lines.begin(), lines.end(),
+                     [&](const std::string& line) { return std::regex_match(line, std::regex(pattern)); });
+}
+
+const std::string kTime = R"(\d\d:\d\d:\d\d,\d\d\d)";
+const std::string kLastLine = kTime + R"( \| INFO  \| Vexil              \| after unloading)";
+
+TEST(Logging, GoesToStandardErrorWhereTheHostHasNotSetItUp) {
+  const auto [output, error] = RunLoggingHost("");
+  EXPECT_EQ(output, (Texts{"level unset", "appenders 1", "unloaded 1"}));
+  EXPECT_TRUE(Has(error, kTime + R"( \| INFO  \| Vexil              \| Starting Vexil 1\.2_1-a10)"));
+  EXPECT_TRUE(Has(error, kTime + R"( \| DEBUG \| Vexil              \|   - OpenCL: 0 detected in \d+ ms\.)"));
+  EXPECT_TRUE(Has(error, kLastLine));
+  for (const std::string& line : error) EXPECT_TRUE(Has({line}, kTime + R"( \| .*)")) << line;
+}
+
+TEST(Logging, LeavesTheHostsSetUpAlone) {
+  const auto [output, error] = RunLoggingHost("configured");
+  EXPECT_EQ(error, Texts{});
+  EXPECT_TRUE(Has(output, "level INFO"));
+  EXPECT_TRUE(Has(output, "appenders 0"));
+  EXPECT_TRUE(Has(output, R"(HOST INFO Vexil Starting Vexil 1\.2_1-a10)"));
+  EXPECT_TRUE(Has(output, "HOST ERROR Vexil No matched GPUs found\\."));
+  EXPECT_FALSE(Has(output, "HOST DEBUG .*"));
+}
+
+TEST(Logging, StopsDuringASilentRunOnly) {
+  const auto [output, error] = RunLoggingHost("silent");
+  EXPECT_EQ(output, (Texts{"level unset", "appenders 1", "unloaded 1"}));
+  EXPECT_EQ(error.size(), 1U);
+  EXPECT_TRUE(Has(error, kLastLine));
+
+  const auto [configured_output, configured_error] = RunLoggingHost("configured silent");
+  EXPECT_EQ(configured_error, Texts{});
+  EXPECT_EQ(configured_output, (Texts{"level INFO", "appenders 0", "unloaded 1", "HOST INFO Vexil after unloading"}));
+}
+
+}  // namespace
+}  // namespace Vexil::Tests
