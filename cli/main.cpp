@@ -1,6 +1,9 @@
 #include <Vexil.h>
 
-int main() {
-  Vexil::Detector* detector = GetInstance();
-  return detector->Detect({}) ? 0 : 1;
+#include <iostream>
+
+#include "CommandLine.h"
+
+int main(int argc, char** argv) {
+  return Vexil::Program::RunCommandLine(argc, argv, *GetInstance(), std::cout, std::cerr);
 }

@@ -44,7 +44,7 @@ NvAPI_Status Loader::CallByID(std::uint32_t id) {
 
 NvAPI_Status Loader::Start() {
   if (library == nullptr) {
-    library = OpenLibrary("nvapi64.dll");
+    library = OpenLibrary(kNvAPIFileName);
     if (library == nullptr) return NVAPI_LIBRARY_NOT_FOUND;
     query_interface = reinterpret_cast<decltype(query_interface)>(FindSymbol(library, "nvapi_QueryInterface"));
   }

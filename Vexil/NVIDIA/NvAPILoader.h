@@ -13,6 +13,8 @@ inline constexpr NvAPI_Status NVAPI_LIBRARY_NOT_FOUND = -2;
 inline constexpr NvAPI_Status NVAPI_NO_IMPLEMENTATION = -3;
 inline constexpr NvAPI_Status NVAPI_API_NOT_INITIALIZED = -4;
 
+inline constexpr const char* kNvAPIFileName = "nvapi64.dll";
+
 /// Loads the library and starts it. Each success is to be paired with an NvAPI_Unload; the last of
 /// these closes the library.
 NvAPI_Status NvAPI_Initialize();

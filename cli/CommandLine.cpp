@@ -1,0 +1,148 @@
+#include "CommandLine.h"
+
+#include <CLI/CLI.hpp>
+
+#include "Commands.h"
+#include "Log.h"
+#include "Version.h"
+
+namespace Vexil::Program {
+namespace {
+
+using Command = std::function<int(const Session&)>;
+
+/// What was asked for.
+struct Request {
+  std::optional<std::string> from;
+  bool json = false;
+  bool verbose = false;
+  Filter filter;
+  std::optional<std::string> id;
+  std::string path;
+  Watch watch;
+  bool needs_log = false;
+};
+
+/// A schema enumeration's names, which end with a null.
+std::vector<std::string> Names(const char* const* names) {
+  std::vector<std::string> list;
+  for (; *names != nullptr; ++names) list.emplace_back(*names);
+  return list;
+}
+
+/// An option that takes one of these names, in any letter case, as the value at its place.
+template <typename Enum>
+void AddNameOption(CLI::App& command, const char* option, std::optional<Enum>& value, const char* const* names,
+                   const char* description) {
+  const auto set = [&value, list = Names(names)](const std::string& name) {
+    const auto place = std::find(list.begin(), list.end(), name) - list.begin();
+    value = static_cast<Enum>(place);
+  };
+  command.add_option_function<std::string>(option, set, description)
+      ->transform(CLI::IsMember(Names(names), CLI::ignore_case));
+}
+
+void AddGeneralOptions(CLI::App& app, Request& request) {
+  app.set_version_flag("--version", std::string("vexil ") + kLibraryVersion);
+  app.add_option("--from", request.from, "Answer from a saved result instead of this machine")->type_name("FILE");
+  app.add_flag("--json", request.json, "Print JSON for programs: the schema's names, nothing that is unknown");
+  app.add_flag("--verbose", request.verbose, "Print the log, with timings, on standard error");
+}
+
+/// Each command tells what it does by setting `chosen`.
+void AddCommands(CLI::App& app, Request& request, Command& chosen) {
+  const auto add = [&](const char* name, const char* description, Command command) {
+    CLI::App* added = app.add_subcommand(name, description);
+    added->fallthrough();
+    added->callback([&chosen, command = std::move(command)] { chosen = command; });
+    return added;
+  };
+
+  CLI::App* list = add("list", "One line per GPU", [&](const Session& s) { return List(s, request.filter); });
+  AddNameOption(*list, "--vendor", request.filter.vendor, FlatBuffers::EnumNamesVendor(), "Only this vendor's");
+  AddNameOption(*list, "--type", request.filter.type, FlatBuffers::EnumNamesGPUType(), "Only those of this type");
+  AddNameOption(*list, "--api", request.filter.api, FlatBuffers::EnumNamesComputeAPI(), "Only those it reaches");
+  list->add_option("--find", request.filter.text, "Only those with this in identifier, vendor, name or type")
+      ->type_name("TEXT");
+
+  CLI::App* show = add("show", "All that is known of one GPU, and what other interfaces call it",
+                       [&](const Session& s) { return Show(s, *request.id); });
+  const char* id_description = "Identifier, or any text that --find finds only this GPU by";
+  show->add_option("ID", request.id, id_description)->required();
+
+  CLI::App* memory = add("memory", "Memory in use at this moment",
+                         [&](const Session& s) { return Memory(s, request.id, request.watch); });
+  memory->add_option("ID", request.id, id_description);
+  CLI::Option* watch = memory->add_option("--watch", request.watch.seconds, "Again and again, this often");
+  watch->type_name("SECONDS")->check(CLI::Range(0.01, 86400.0));
+  memory->add_option("--count", request.watch.count, "How often in all, with --watch")->needs(watch);
+
+  CLI::App* save = add("save", "Save the result to a file", [&](const Session& s) { return Save(s, request.path); });
+  save->add_option("FILE", request.path, "The file, replaced if it exists")->required();
+
+  CLI::App* rematch = add("rematch", "Match the raw records of a saved result anew, and tell what would differ",
+                          [&](const Session& s) { return Rematch(s); });
+  rematch
+      ->add_option_function<std::string>(
+          "FILE", [&](const std::string& file) { request.from = file; }, "The saved result")
+      ->required();
+
+  add("doctor", "What each source had to say, and what could not be matched", [&](const Session& s) {
+    return Doctor(s);
+  })->preparse_callback([&](std::size_t) { request.needs_log = true; });
+}
+
+/// This machine's answer.
+Session AskDetector(const Request& request, Detector& detector, std::ostream& out, std::ostream& err) {
+  std::vector<LogLine> log;
+  if (request.needs_log) {
+    const LogCapture capture(request.verbose ? LogCapture::Others::GetLines : LogCapture::Others::GetNothing);
+    detector.Detect({});
+    log = capture.Lines();
+  }
+  std::vector<std::uint8_t> buffer;
+  detector.Serialize(buffer);
+  Results results = UnpackResults(std::move(buffer), "what was detected");
+  return {std::move(results), &detector, std::move(log), request.json, out, err};
+}
+
+Session ReadSaved(const Request& request, std::ostream& out, std::ostream& err) {
+  Results results = UnpackResults(ReadFile(*request.from), "\"" + *request.from + "\"");
+  return {std::move(results), nullptr, {}, request.json, out, err};
+}
+
+int Run(const Request& request, const Command& command, Detector& detector, std::ostream& out, std::ostream& err) {
+  SetUpLogging();
+  const LogSilencer silencer(!request.verbose);
+  const int status = command(request.from ? ReadSaved(request, out, err) : AskDetector(request, detector, out, err));
+  if (!out.flush()) throw Error("cannot write the output");
+  return status;
+}
+
+}  // namespace
+
+int RunCommandLine(int argc, const char* const* argv, Detector& detector, std::ostream& out, std::ostream& err) {
+  CLI::App app("Finds the GPUs of a machine. Without a command: a report of all that was found.", "vexil");
+  app.footer("Exit status: 0 when GPUs were found, 1 when none, 2 on misuse or unreadable input.");
+  app.require_subcommand(0, 1);
+  app.failure_message([](const CLI::App*, const CLI::Error& error) {
+    return "vexil: " + std::string(error.what()) + "\nvexil --help tells more.\n";
+  });
+
+  Request request;
+  Command command = Report;
+  AddGeneralOptions(app, request);
+  AddCommands(app, request, command);
+  try {
+    app.parse(argc, argv);
+    return Run(request, command, detector, out, err);
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error, out, err) == 0 ? kFoundGPUs : kCannot;
+  } catch (const std::exception& error) {
+    out.flush();
+    err << "vexil: " << error.what() << '\n';
+    return kCannot;
+  }
+}
+
+}  // namespace Vexil::Program

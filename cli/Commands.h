@@ -1,0 +1,41 @@
+#pragma once
+
+#include <optional>
+#include <string>
+
+#include "CommandLine.h"
+#include "Selection.h"
+#include "Session.h"
+
+namespace Vexil::Program {
+
+// The commands. Each prints its answer and returns the exit status; each throws an Error where it
+// cannot answer.
+
+/// The report of a detection run.
+int Report(const Session& session);
+
+/// One line per GPU.
+int List(const Session& session, const Filter& filter);
+
+/// All that is known of one GPU, and what other interfaces call it.
+int Show(const Session& session, const std::string& id);
+
+struct Watch {
+  std::optional<double> seconds;  ///< Between two answers; without it there is only one.
+  unsigned count = 0;             ///< 0: until the program is ended.
+};
+
+/// Memory of the machine and of one GPU or all.
+int Memory(const Session& session, const std::optional<std::string>& id, const Watch& watch);
+
+/// Writes the results to a file and reads them back.
+int Save(const Session& session, const std::string& path);
+
+/// Matches the raw records anew and tells what differs from what was stored.
+int Rematch(const Session& session);
+
+/// What each source had to say, and what it saw that was not matched.
+int Doctor(const Session& session);
+
+}  // namespace Vexil::Program

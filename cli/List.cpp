@@ -1,0 +1,42 @@
+#include "Commands.h"
+#include "Common/FormatSize.h"
+#include "Common/Text.h"
+#include "Common/Unknown.h"
+#include "Json.h"
+#include "TextTable.h"
+
+namespace Vexil::Program {
+
+using FlatBuffers::GPUT;
+
+namespace {
+
+std::vector<std::string> Row(const GPUT& gpu) {
+  std::vector<std::string> apis;
+  for (const auto api : gpu.compute_apis) apis.emplace_back(EnumNameComputeAPI(api));
+  return {gpu.id,
+          FullName(gpu),
+          EnumNameGPUType(gpu.type),
+          gpu.vram_mib == kUnknown ? "Unknown VRAM" : FormatMiB(gpu.vram_mib) + " VRAM",
+          gpu.pci_bus == kUnknown ? "-" : gpu.pci_location,
+          apis.empty() ? "-" : Join(apis, ", "),
+          gpu.is_main_display ? "Main Display GPU" : ""};
+}
+
+}  // namespace
+
+int List(const Session& session, const Filter& filter) {
+  const auto selected = SelectGPUs(session, filter);
+  if (session.json) {
+    Json list = Json::array();
+    for (const auto* matched : selected) list.push_back(ToJson(*matched->gpu));
+    PrintJson(session.out, list);
+  } else {
+    TextTable table;
+    for (const auto* matched : selected) table.Add(Row(*matched->gpu));
+    table.Print(session.out);
+  }
+  return selected.empty() ? kFoundNone : kFoundGPUs;
+}
+
+}  // namespace Vexil::Program

@@ -1,0 +1,35 @@
+#pragma once
+
+#include <cstdint>
+#include <stdexcept>
+#include <string>
+#include <vector>
+
+#include "FlatBuffers/DetectionResult_generated.h"
+
+namespace Vexil::Program {
+
+/// Keeps a command from doing its work. The text is for the user.
+class Error : public std::runtime_error {
+ public:
+  using std::runtime_error::runtime_error;
+};
+
+/// One detection's results. The lists share the GPUs of `records`, in the form that the library's
+/// functions take.
+struct Results {
+  std::vector<std::uint8_t> buffer;
+  FlatBuffers::DetectionResultT records;
+  std::vector<FlatBuffers::MatchedGPUT> matched;
+  std::vector<FlatBuffers::GPUT> gpus;
+  std::vector<FlatBuffers::MonitorT> monitors;
+};
+
+/// Unpacks a buffer of Detector::Serialize. Where the buffer is no such thing, throws an Error that
+/// calls it by `name`.
+Results UnpackResults(std::vector<std::uint8_t> buffer, const std::string& name);
+
+/// The content of a file. Throws an Error where it cannot be read.
+std::vector<std::uint8_t> ReadFile(const std::string& path);
+
+}  // namespace Vexil::Program

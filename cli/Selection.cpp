@@ -1,0 +1,66 @@
+#include "Selection.h"
+
+#include <algorithm>
+
+#include "Queries.h"
+
+namespace Vexil::Program {
+
+using FlatBuffers::GPUT;
+using FlatBuffers::MatchedGPUT;
+
+namespace {
+
+/// The identifiers that each filter leaves, one set per filter.
+std::vector<GPUIDs> AskDetector(Detector& detector, const Filter& filter) {
+  std::vector<GPUIDs> answers;
+  if (filter.vendor) answers.push_back(detector.GetGPUIDsByVendor(*filter.vendor));
+  if (filter.type) answers.push_back(detector.GetGPUIDsByType(*filter.type));
+  if (filter.api) answers.push_back(detector.GetGPUIDsByAPI(*filter.api));
+  if (filter.text) answers.push_back(detector.FindGPUIDs(*filter.text));
+  return answers;
+}
+
+std::vector<GPUIDs> AskSaved(const std::vector<GPUT>& gpus, const Filter& filter) {
+  std::vector<GPUIDs> answers;
+  if (filter.vendor) answers.push_back(GetGPUIDsByVendor(gpus, *filter.vendor));
+  if (filter.type) answers.push_back(GetGPUIDsByType(gpus, *filter.type));
+  if (filter.api) answers.push_back(GetGPUIDsByAPI(gpus, *filter.api));
+  if (filter.text) answers.push_back(FindGPUIDs(gpus, *filter.text));
+  return answers;
+}
+
+}  // namespace
+
+std::vector<const MatchedGPUT*> SelectGPUs(const Session& session, const Filter& filter) {
+  const auto answers =
+      session.IsLive() ? AskDetector(*session.detector, filter) : AskSaved(session.results.gpus, filter);
+  std::vector<const MatchedGPUT*> selected;
+  for (const MatchedGPUT& matched : session.results.matched) {
+    const auto has_it = [&](const GPUIDs& ids) { return ids.count(matched.gpu->id) != 0; };
+    if (std::all_of(answers.begin(), answers.end(), has_it)) selected.push_back(&matched);
+  }
+  return selected;
+}
+
+const MatchedGPUT* SelectGPU(const Session& session, const std::string& id_or_text) {
+  for (const MatchedGPUT& matched : session.results.matched) {
+    if (matched.gpu->id == id_or_text) return &matched;
+  }
+  Filter filter;
+  filter.text = id_or_text;
+  const auto found = SelectGPUs(session, filter);
+  if (found.size() > 1) {
+    std::string message = "\"" + id_or_text + "\" could be any of";
+    for (const MatchedGPUT* matched : found) message += "\n  " + matched->gpu->id + "  " + FullName(*matched->gpu);
+    throw Error(message);
+  }
+  return found.empty() ? nullptr : found.front();
+}
+
+std::string FullName(const GPUT& gpu) {
+  const std::string vendor = EnumNameVendor(gpu.vendor);
+  return vendor.empty() ? gpu.name : vendor + " " + gpu.name;
+}
+
+}  // namespace Vexil::Program

@@ -1,0 +1,29 @@
+#pragma once
+
+#include <optional>
+#include <string>
+#include <vector>
+
+#include "Session.h"
+
+namespace Vexil::Program {
+
+/// Which GPUs a command is about: those that satisfy everything that is given.
+struct Filter {
+  std::optional<FlatBuffers::Vendor> vendor;
+  std::optional<FlatBuffers::GPUType> type;
+  std::optional<FlatBuffers::ComputeAPI> api;
+  std::optional<std::string> text;
+};
+
+/// In the order of the results. This machine's GPUs are asked of its Detector.
+std::vector<const FlatBuffers::MatchedGPUT*> SelectGPUs(const Session& session, const Filter& filter);
+
+/// The one GPU that has this identifier, or that is the only one to be found by this text. Null where
+/// there is none; throws an Error where there are several.
+const FlatBuffers::MatchedGPUT* SelectGPU(const Session& session, const std::string& id_or_text);
+
+/// "NVIDIA GeForce RTX 3080"
+std::string FullName(const FlatBuffers::GPUT& gpu);
+
+}  // namespace Vexil::Program

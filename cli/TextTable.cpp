@@ -1,0 +1,29 @@
+#include "TextTable.h"
+
+#include <algorithm>
+#include <ostream>
+
+namespace Vexil::Program {
+
+void TextTable::Print(std::ostream& out, const std::string& indent) const {
+  std::vector<std::size_t> widths;
+  for (const auto& row : m_rows) {
+    widths.resize(std::max(widths.size(), row.size()));
+    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
+  }
+  for (const auto& row : m_rows) {
+    std::string line = indent;
+    for (std::size_t i = 0; i < row.size(); ++i) {
+      line += row[i];
+      line.append(widths[i] - row[i].size() + 2, ' ');
+    }
+    line.erase(line.find_last_not_of(' ') + 1);
+    out << line << '\n';
+  }
+}
+
+std::string Counted(std::size_t count, const std::string& noun) {
+  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
+}
+
+}  // namespace Vexil::Program
