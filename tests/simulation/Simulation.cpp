@@ -13,7 +13,7 @@ namespace {
 struct State {
   Machine machine;
   Observations observed;
-  std::function<bool(std::uint64_t call)> fails;
+  CallWatcher watcher;
   // Hosts ask from several threads.
   std::mutex mutex;
 };
@@ -37,14 +37,14 @@ void SetMachine(Machine machine) {
   state.observed.calls = 0;
   state.observed.failed_calls.clear();
   state.observed.misuses.clear();
-  state.fails = nullptr;
+  state.watcher = nullptr;
 }
 
 const Machine& TheMachine() { return TheState().machine; }
 
 const Observations& Observed() { return TheState().observed; }
 
-void FailCalls(std::function<bool(std::uint64_t call)> fails) { TheState().fails = std::move(fails); }
+void WatchCalls(CallWatcher watcher) { TheState().watcher = std::move(watcher); }
 
 bool CallFails(std::string_view call, std::string_view parameter, std::int64_t device) {
   State& state = TheState();
@@ -54,7 +54,8 @@ bool CallFails(std::string_view call, std::string_view parameter, std::int64_t d
   const bool machine_fails = std::any_of(failures.begin(), failures.end(), [&](const Failure& failure) {
     return Matches(failure, call, parameter, device);
   });
-  const bool fails = machine_fails || (state.fails && state.fails(number));
+  const bool watcher_fails = state.watcher && state.watcher(number, call);
+  const bool fails = machine_fails || watcher_fails;
   if (fails) state.observed.failed_calls.emplace_back(call);
   return fails;
 }

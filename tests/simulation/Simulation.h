@@ -31,9 +31,10 @@ void SetMachine(Machine machine);
 const Machine& TheMachine();
 const Observations& Observed();
 
-/// Fails what `fails` says, on top of what the machine fails itself; it is given the number of the call,
-/// counted from 1. SetMachine forgets it.
-void FailCalls(std::function<bool(std::uint64_t call)> fails);
+/// Is told of every call, by its number, counted from 1, and its name; where it says so the call fails, also
+/// one that the machine itself lets pass. SetMachine forgets it.
+using CallWatcher = std::function<bool(std::uint64_t number, std::string_view call)>;
+void WatchCalls(CallWatcher watcher);
 
 // For the simulated drivers.
 

@@ -1,0 +1,33 @@
+#include "MachineTest.h"
+
+#include <regex>
+
+#include "NVIDIA/NvAPILoader.h"
+
+namespace Vexil::Tests {
+
+MachineTest::MachineTest() : m_log(LogCapture::Start()) {}
+
+MachineTest::~MachineTest() {
+  EndProcess();
+  EXPECT_EQ(Simulation::Observed().misuses, std::vector<std::string>());
+}
+
+std::vector<std::string> MachineTest::TakeLog() {
+  static const std::regex duration(R"(\d+ ms\.)");
+  std::vector<std::string> lines;
+  lines.swap(m_log->lines);
+  for (std::string& line : lines) line = std::regex_replace(line, duration, "0 ms.");
+  return lines;
+}
+
+Simulation::Machine LoadTestMachine(const std::string& name) {
+  return Simulation::LoadMachine(VEXIL_MACHINES "/" + name + ".json");
+}
+
+void EndProcess() {
+  while (NvAPI_Unload() != NVAPI_API_NOT_INITIALIZED) {
+  }
+}
+
+}  // namespace Vexil::Tests

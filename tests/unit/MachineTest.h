@@ -1,0 +1,38 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "DetectorImpl.h"
+#include "LoadMachine.h"
+#include "LogCapture.h"
+#include "Simulation.h"
+
+namespace Vexil::Tests {
+
+/// A Detector of the test's own.
+class TestDetector : public Detector {};
+
+/// A test that runs on simulated machines and reads the log. It ends as a process does, with nothing left up.
+class MachineTest : public testing::Test {
+ protected:
+  MachineTest();
+  ~MachineTest() override;
+
+  /// The log since the last call. Durations read "0 ms".
+  std::vector<std::string> TakeLog();
+
+ private:
+  std::shared_ptr<LogCapture> m_log;
+};
+
+/// A machine of tests/machines, by name.
+Simulation::Machine LoadTestMachine(const std::string& name);
+
+/// What the library keeps up until the process ends, taken down.
+void EndProcess();
+
+}  // namespace Vexil::Tests
