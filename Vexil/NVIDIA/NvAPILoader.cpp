@@ -48,7 +48,9 @@ NvAPI_Status Loader::Start() {
     if (library == nullptr) return NVAPI_LIBRARY_NOT_FOUND;
     query_interface = reinterpret_cast<decltype(query_interface)>(FindSymbol(library, "nvapi_QueryInterface"));
   }
-  const NvAPI_Status status = query_interface != nullptr ? CallByID(kInitializeID) : NVAPI_NO_IMPLEMENTATION;
+  // What could not be shut down again is not started.
+  const bool can_stop = query_interface != nullptr && Find(kUnloadID) != nullptr;
+  const NvAPI_Status status = can_stop ? CallByID(kInitializeID) : NVAPI_NO_IMPLEMENTATION;
   if (status == NVAPI_OK) {
     ++users;
   } else if (users == 0) {

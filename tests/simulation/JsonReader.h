@@ -29,9 +29,20 @@ struct Place {
 /// types, which the lists find.
 template <typename Self>
 struct JsonReader {
+  /// As drivers give texts: one byte per character, whatever the code page in which they mean it.
   static void Read(const Place& from, std::string& to) {
     if (!from.json.is_string()) from.Fail("expected a text");
-    to = from.json.get<std::string>();
+    to.clear();
+    unsigned char first = 0;
+    for (const char byte : from.json.get_ref<const std::string&>()) {
+      const auto part = static_cast<unsigned char>(byte);
+      if (part >= 0xC4) from.Fail("expected characters up to \u00FF");
+      if (part >= 0xC0) {
+        first = part;
+      } else {
+        to += part < 0x80 ? byte : static_cast<char>((first & 0x03) << 6 | (part & 0x3F));
+      }
+    }
   }
 
   static void Read(const Place& from, bool& to) {

@@ -35,7 +35,6 @@ void SetMachine(Machine machine) {
   const std::lock_guard lock(state.mutex);
   state.machine = std::move(machine);
   state.observed.calls = 0;
-  state.observed.failed_calls.clear();
   state.observed.misuses.clear();
   state.watcher = nullptr;
 }
@@ -54,10 +53,8 @@ bool CallFails(std::string_view call, std::string_view parameter, std::int64_t d
   const bool machine_fails = std::any_of(failures.begin(), failures.end(), [&](const Failure& failure) {
     return Matches(failure, call, parameter, device);
   });
-  const bool watcher_fails = state.watcher && state.watcher(number, call);
-  const bool fails = machine_fails || watcher_fails;
-  if (fails) state.observed.failed_calls.emplace_back(call);
-  return fails;
+  const bool watcher_fails = state.watcher && state.watcher(number, call, parameter);
+  return machine_fails || watcher_fails;
 }
 
 bool CallFails(std::string_view call, std::int64_t device) { return CallFails(call, {}, device); }

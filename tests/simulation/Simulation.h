@@ -17,7 +17,6 @@ namespace Vexil::Simulation {
 struct Observations {
   // Since SetMachine.
   std::uint64_t calls = 0;
-  std::vector<std::string> failed_calls;
   /// Calls that no caller with sense makes: into a library that is closed, with a buffer of the wrong size.
   std::vector<std::string> misuses;
 
@@ -31,9 +30,9 @@ void SetMachine(Machine machine);
 const Machine& TheMachine();
 const Observations& Observed();
 
-/// Is told of every call, by its number, counted from 1, and its name; where it says so the call fails, also
-/// one that the machine itself lets pass. SetMachine forgets it.
-using CallWatcher = std::function<bool(std::uint64_t number, std::string_view call)>;
+/// Is told of every call, by its number, counted from 1, its name and its parameter; where it says so the call
+/// fails, also one that the machine itself lets pass. SetMachine forgets it.
+using CallWatcher = std::function<bool(std::uint64_t number, std::string_view call, std::string_view parameter)>;
 void WatchCalls(CallWatcher watcher);
 
 // For the simulated drivers.

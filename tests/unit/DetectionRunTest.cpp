@@ -1,17 +1,255 @@
+#include <log4cxx/logger.h>
+
+#include <sstream>
+#include <thread>
+
 #include "MachineTest.h"
+#include "SystemInfo/WindowsSystemInfo.h"
 
 namespace Vexil::Tests {
 namespace {
 
+using FlatBuffers::ComputeAPI;
+using FlatBuffers::GPUT;
+using FlatBuffers::GPUType;
+using FlatBuffers::Vendor;
+using Simulation::Machine;
+using Simulation::Observed;
 using Simulation::SetMachine;
+using IDs = std::unordered_set<std::string>;
+using Texts = std::vector<std::string>;
 
-class DetectionRun : public MachineTest {};
+class DetectionRun : public MachineTest {
+ protected:
+  TestDetector m_detector;
+};
 
-TEST_F(DetectionRun, Report) {
+/// A driver's version text with a number that is no int stops the run with an exception.
+Machine MachineThatThrows() {
+  Machine machine = LoadTestMachine("five-gpus");
+  machine.opencl->platforms[1].version = "OpenCL 99999999999.0";
+  return machine;
+}
+
+TEST_F(DetectionRun, AsksTheSourcesInOrder) {
   SetMachine(LoadTestMachine("five-gpus"));
-  TestDetector detector;
-  EXPECT_TRUE(detector.Detect({}));
-  for (const auto& line : TakeLog()) std::puts(line.c_str());
+  EXPECT_TRUE(m_detector.Detect({}));
+  Texts log = TakeLog();
+  log.resize(12);
+  EXPECT_EQ(log, (Texts{
+                     "INFO Starting Vexil 1.2_1-a10",
+                     "DEBUG   - System Info: 0 ms.",
+                     "DEBUG   - OpenCL: 5 detected in 0 ms.",
+                     "DEBUG   - CUDA: 2 detected in 0 ms.",
+                     "DEBUG   - Win32: 5 detected in 0 ms.",
+                     "DEBUG   - DirectX: 5 detected in 0 ms.",
+                     "DEBUG   - AMD DL: 2 detected in 0 ms.",
+                     "DEBUG   - NVAPI: 2 detected in 0 ms.",
+                     "DEBUG   - NVML: 2 detected in 0 ms.",
+                     "DEBUG   - GPU Matching: 5 matched in 0 ms.",
+                     "INFO Done in 0 ms.",
+                     "INFO Detected System:",
+                 }));
+}
+
+TEST_F(DetectionRun, WithoutAnyGPUHasFailedAndIsNotRepeated) {
+  SetMachine(LoadTestMachine("none"));
+  EXPECT_EQ(m_detector.GetGPUIDs(), IDs());
+  EXPECT_EQ(TakeLog().back(), "ERROR No matched GPUs found.");
+  const auto calls = Observed().calls;
+  EXPECT_EQ(m_detector.GetMainDisplayGPUID(), "");
+  EXPECT_EQ(m_detector.GetMainDisplayGPU().name, "Invalid");
+  EXPECT_EQ(m_detector.GetGPU("").id, "");
+  EXPECT_EQ(m_detector.GetSystem().model, "Supermicro X11DPi-N");
+  std::vector<std::uint8_t> buffer;
+  EXPECT_TRUE(m_detector.Serialize(buffer));
+  EXPECT_EQ(FlatBuffers::GetDetectionResult(buffer.data())->library_version()->str(), "1.2_1-a10");
+  EXPECT_EQ(Observed().calls, calls);
+
+  SetMachine(LoadTestMachine("hybrid-laptop"));
+  EXPECT_EQ(m_detector.GetGPUs().size(), 0U);
+  EXPECT_TRUE(m_detector.Detect({}));
+  EXPECT_EQ(m_detector.GetGPUs().size(), 2U);
+}
+
+TEST_F(DetectionRun, ThatThrowsLeavesTheStateAndTheLogAsTheyWere) {
+  SetMachine(MachineThatThrows());
+  EXPECT_THROW(m_detector.GetGPUs(), std::out_of_range);
+  EXPECT_THROW(m_detector.GetGPUs(), std::out_of_range);
+  SetMachine(LoadTestMachine("five-gpus"));
+  EXPECT_EQ(m_detector.GetGPUs().size(), 5U);
+
+  const auto logger = log4cxx::Logger::getLogger("Vexil");
+  for (const auto& level : {log4cxx::LevelPtr(), log4cxx::Level::getInfo()}) {
+    logger->setLevel(level);
+    TakeLog();
+    SetMachine(MachineThatThrows());
+    EXPECT_THROW(m_detector.Detect({.KeepMarker = true, .Silent = true}), std::out_of_range);
+    EXPECT_EQ(TakeLog(), Texts());
+    EXPECT_EQ(logger->getLevel(), level);
+  }
+  logger->setLevel(nullptr);
+  // The first run's success stands, but what it found is gone; the system is this run's.
+  const auto calls = Observed().calls;
+  EXPECT_TRUE(m_detector.GetGPUIDs().empty());
+  EXPECT_TRUE(m_detector.GetMonitors().empty());
+  EXPECT_EQ(m_detector.GetSystem().model, "ASUSTeK Pro WS W680-ACE");
+  EXPECT_EQ(Observed().calls, calls);
+}
+
+TEST_F(DetectionRun, CanBeSilent) {
+  SetMachine(LoadTestMachine("five-gpus"));
+  EXPECT_TRUE(m_detector.Detect({.KeepMarker = false, .Silent = true}));
+  EXPECT_EQ(TakeLog(), Texts());
+  EXPECT_TRUE(m_detector.Detect({}));
+  EXPECT_FALSE(TakeLog().empty());
+}
+
+TEST_F(DetectionRun, HappensOnceForManyThreads) {
+  SetMachine(LoadTestMachine("five-gpus"));
+  std::vector<std::thread> threads;
+  for (int i = 0; i < 4; ++i) {
+    threads.emplace_back([this] {
+      const std::string id = m_detector.GetMainDisplayGPUID();
+      std::uint64_t free = 0;
+      std::uint64_t total = 0;
+      EXPECT_TRUE(m_detector.GetGPUMemory(id, free, total));
+    });
+  }
+  for (std::thread& thread : threads) thread.join();
+  const Texts log = TakeLog();
+  EXPECT_EQ(std::count(log.begin(), log.end(), "INFO Starting Vexil 1.2_1-a10"), 1);
+}
+
+TEST_F(DetectionRun, NamesMonitorsThatHaveNoName) {
+  Machine machine = LoadTestMachine("five-gpus");
+  machine.desktop[0].monitors[0].description.clear();
+  SetMachine(machine);
+  EXPECT_EQ(m_detector.GetMonitors().front().name, "Monitor");
+}
+
+TEST_F(DetectionRun, AnswersFilters) {
+  SetMachine(LoadTestMachine("five-gpus"));
+  const auto& gpus = m_detector.GetGPUs();
+  const auto ids = [&](std::initializer_list<std::size_t> places) {
+    IDs result;
+    for (const std::size_t place : places) result.insert(gpus[place].id);
+    return result;
+  };
+  EXPECT_EQ(m_detector.GetGPUIDs(), ids({0, 1, 2, 3, 4}));
+  EXPECT_EQ(m_detector.GetGPUIDsByVendor(Vendor::AMD), ids({2, 3}));
+  EXPECT_EQ(m_detector.GetGPUIDsByVendor(Vendor::Apple), ids({}));
+  EXPECT_EQ(m_detector.GetGPUIDsByType(GPUType::Integrated), ids({4}));
+  EXPECT_EQ(m_detector.GetGPUIDsByAPI(ComputeAPI::CUDA), ids({0, 1}));
+  EXPECT_EQ(m_detector.GetGPUIDsByAPI(ComputeAPI::OpenCL), ids({0, 1, 2, 3, 4}));
+
+  EXPECT_EQ(m_detector.FindGPUIDs(""), ids({0, 1, 2, 3, 4}));
+  EXPECT_EQ(m_detector.FindGPUIDs("nvidia geforce"), ids({0, 1}));
+  EXPECT_EQ(m_detector.FindGPUIDs("770 INTEGRATED"), ids({4}));
+  EXPECT_EQ(m_detector.FindGPUIDs(gpus[2].id + " AMD"), ids({2}));
+  EXPECT_EQ(m_detector.FindGPUIDs("PCI:"), ids({}));
+
+  EXPECT_EQ(m_detector.GetPeerGPUIDs(gpus[0].id, ComputeAPI::CUDA), ids({1}));
+  EXPECT_EQ(m_detector.GetPeerGPUIDs(gpus[3].id, ComputeAPI::OpenCL), ids({2}));
+  EXPECT_EQ(m_detector.GetPeerGPUIDs(gpus[0].id, ComputeAPI::OpenCL), ids({}));
+  EXPECT_EQ(m_detector.GetPeerGPUIDs(gpus[0].id, ComputeAPI::Unknown), ids({}));
+  EXPECT_EQ(m_detector.GetPeerGPUIDs("gpu:", ComputeAPI::CUDA), ids({}));
+
+  EXPECT_EQ(m_detector.GetMainDisplayGPUID(), gpus[0].id);
+  EXPECT_EQ(&m_detector.GetMainDisplayGPU(), &gpus[0]);
+  EXPECT_EQ(&m_detector.GetGPU(gpus[3].id), &gpus[3]);
+  EXPECT_EQ(m_detector.GetGPU(gpus[3].id + "0").name, "Invalid");
+}
+
+TEST_F(DetectionRun, TellsLiveMemory) {
+  Machine machine = LoadTestMachine("five-gpus");
+  SetMachine(machine);
+  const auto memory = [this](const std::string& id) {
+    std::uint64_t free = 1;
+    std::uint64_t total = 1;
+    const bool known = m_detector.GetGPUMemory(id, free, total);
+    return std::to_string(known) + " " + std::to_string(free) + " of " + std::to_string(total);
+  };
+  const auto gpus = m_detector.GetGPUs();
+  EXPECT_EQ(memory(gpus[1].id), "1 24903680000 of 25165824000");
+  EXPECT_EQ(memory(gpus[2].id), "1 15990784000 of 17163091968");
+  EXPECT_EQ(memory(gpus[4].id), "0 1 of 1");
+  EXPECT_EQ(memory("gpu:"), "0 1 of 1");
+  machine.failures = {{"NvAPI_GPU_GetMemoryInfo", {}}, {"clGetDeviceInfo 0x4039", {}}};
+  SetMachine(machine);
+  EXPECT_EQ(memory(gpus[1].id), "0 0 of 0");
+  EXPECT_EQ(memory(gpus[2].id), "0 0 of 0");
+}
+
+TEST_F(DetectionRun, TellsSystemMemoryWithoutDetecting) {
+  Machine machine = LoadTestMachine("five-gpus");
+  std::uint64_t available = 1;
+  std::uint64_t total = 1;
+  SetMachine(machine);
+  EXPECT_TRUE(m_detector.GetSystemMemory(available, total));
+  EXPECT_EQ(available >> 20, 98304U);
+  EXPECT_EQ(total >> 20, 130836U);
+  EXPECT_EQ(Observed().calls, 1U);
+  machine.memory.reset();
+  SetMachine(machine);
+  EXPECT_FALSE(m_detector.GetSystemMemory(available, total));
+  EXPECT_EQ(total >> 20, 130836U);
+}
+
+// Two cards cannot be at one place, but drivers may say so.
+TEST_F(DetectionRun, KeepsGPUsWithOneIdentifier) {
+  Machine machine = LoadTestMachine("five-gpus");
+  machine.nvapi->gpus[1].pci = machine.nvapi->gpus[0].pci;
+  SetMachine(machine);
+  const auto& gpus = m_detector.GetGPUs();
+  ASSERT_EQ(gpus.size(), 5U);
+  ASSERT_EQ(gpus[0].id, gpus[1].id);
+  EXPECT_EQ(&m_detector.GetGPU(gpus[0].id), &gpus[0]);
+  std::uint64_t free = 0;
+  std::uint64_t total = 0;
+  EXPECT_TRUE(m_detector.GetGPUMemory(gpus[0].id, free, total));
+  EXPECT_EQ(free, 24903680'000U);
+  for (const std::string& line : TakeLog()) EXPECT_EQ(line.find("collision"), std::string::npos);
+}
+
+TEST_F(DetectionRun, WritesOneBufferEverywhere) {
+  SetMachine(LoadTestMachine("five-gpus"));
+  std::vector<std::uint8_t> buffer(3, 0xFF);
+  std::ostringstream stream;
+  EXPECT_TRUE(m_detector.Serialize(buffer));
+  EXPECT_TRUE(m_detector.WriteTo(stream));
+  EXPECT_EQ(stream.str(), std::string(buffer.begin(), buffer.end()));
+  EXPECT_FALSE(m_detector.SaveToFile(testing::TempDir() + "no-such-folder/result"));
+  stream.setstate(std::ios::badbit);
+  EXPECT_FALSE(m_detector.WriteTo(stream));
+  flatbuffers::Verifier verifier(buffer.data(), buffer.size());
+  EXPECT_TRUE(FlatBuffers::VerifyDetectionResultBuffer(verifier));
+}
+
+TEST_F(DetectionRun, TellsTheSystem) {
+  const struct {
+    const char *product, *build, *maker, *board;
+    const char *os_version, *model;
+  } kCases[] = {
+      {"Windows 10 Home", "21999", "ASUSTeK COMPUTER INC.", "X570", "10 Home (Build 21999)", "ASUSTeK X570"},
+      {"Windows 10 Home", " 22000 ", "  ", " X570 ", "11 Home (Build 22000)", "X570"},
+      {"windows 10 pro", "22621", "Dell", "", "11 pro (Build 22621)", "Dell"},
+      {"Windows 10 Pro", "new", "", "", "10 Pro (Build new)", ""},
+      {"", "", "", "", " (Build )", ""},
+  };
+  for (const auto& test_case : kCases) {
+    Machine machine;
+    auto& registry = machine.registry;
+    registry[{R"(SOFTWARE\Microsoft\Windows NT\CurrentVersion)", "ProductName"}] = test_case.product;
+    registry[{R"(SOFTWARE\Microsoft\Windows NT\CurrentVersion)", "CurrentBuildNumber"}] = test_case.build;
+    registry[{R"(HARDWARE\DESCRIPTION\System\BIOS)", "BaseBoardManufacturer"}] = test_case.maker;
+    registry[{R"(HARDWARE\DESCRIPTION\System\BIOS)", "BaseBoardProduct"}] = test_case.board;
+    SetMachine(machine);
+    const FlatBuffers::SystemT system = GetWindowsSystemInfo();
+    EXPECT_EQ(system.os_version, test_case.os_version);
+    EXPECT_EQ(system.model, test_case.model);
+    EXPECT_EQ(system.ram_mib, -1);
+  }
 }
 
 }  // namespace

@@ -152,7 +152,7 @@ TEST_F(NVIDIASources, NVMLThatDidNotStartIsShutDownAllTheSame) {
     machine.nvml->missing = {entry_point};
     SetMachine(machine);
     int seen = 0;
-    Simulation::WatchCalls([&](auto, std::string_view call) {
+    Simulation::WatchCalls([&](auto, std::string_view call, auto) {
       if (call == "nvmlShutdown") ++seen;
       return false;
     });
