@@ -237,7 +237,7 @@ TEST_F(DisplaySources, ListDirectXAdaptersWithPlaceAndMonitors) {
       {.name = std::wstring(200, L'x'), .luid = 7},
   });
   const auto gpus = GetDirectXGPUs();
-  EXPECT_EQ(dxgi.References(), 0);
+  EXPECT_EQ(FakeDXGI::References(), 0);
   ASSERT_EQ(gpus.size(), 3U);
 
   const DirectXGPUT& card = gpus[0];
@@ -271,7 +271,7 @@ TEST_F(DisplaySources, PassOverDirectXAdaptersThatAreNoHardware) {
                        {.name = L"Old", .has_adapter2 = false},
                        {.name = L"Card"}});
   const auto gpus = GetDirectXGPUs();
-  EXPECT_EQ(dxgi.References(), 0);
+  EXPECT_EQ(FakeDXGI::References(), 0);
   ASSERT_EQ(gpus.size(), 1U);
   EXPECT_EQ(gpus[0].name, "Card");
   // The place of the first adapter is taken, even by one that is passed over.

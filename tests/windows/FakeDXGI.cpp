@@ -128,6 +128,6 @@ FakeDXGI::FakeDXGI(std::vector<FakeAdapter> adapters) {
 
 FakeDXGI::~FakeDXGI() { patch.reset(); }
 
-int FakeDXGI::References() const { return state->references; }
+int FakeDXGI::References() { return state->references; }
 
 }  // namespace Vexil::Tests

@@ -30,7 +30,7 @@ class FakeDXGI {
   FakeDXGI& operator=(const FakeDXGI&) = delete;
 
   /// References to interfaces that were handed out and not yet released.
-  int References() const;
+  static int References();
 };
 
 }  // namespace Vexil::Tests

@@ -14,7 +14,7 @@
 int main(int count, char** arguments) {
   const std::set<std::string> modes(arguments + 1, arguments + count);
   std::shared_ptr<Vexil::Tests::LogCapture> capture;
-  if (modes.count("configured") != 0) {
+  if (modes.contains("configured")) {
     capture = Vexil::Tests::LogCapture::Start();
     capture->setLayout(std::make_shared<log4cxx::PatternLayout>("HOST %p %c %m"));
     log4cxx::Logger::getLogger("Vexil")->setLevel(log4cxx::Level::getInfo());
@@ -24,7 +24,7 @@ int main(int count, char** arguments) {
   const auto get_instance =
       reinterpret_cast<Vexil::GetInstanceFunction>(reinterpret_cast<void*>(GetProcAddress(library, "GetInstance")));
   Vexil::DetectOptions options;
-  options.Silent = modes.count("silent") != 0;
+  options.Silent = modes.contains("silent");
   get_instance()->Detect(options);
 
   const auto logger = log4cxx::Logger::getLogger("Vexil");

@@ -77,7 +77,7 @@ StoredMode ToStoredMode(const SeededOutput& output) {
   mode.dmPelsWidth = output.width;
   mode.dmPelsHeight = output.height;
   mode.dmDisplayFrequency = output.refresh_rate;
-  StoredMode stored;
+  StoredMode stored = {};
   std::memcpy(stored.bytes, reinterpret_cast<const std::byte*>(&mode) + offsetof(DEVMODEW, dmFields), sizeof(stored));
   return stored;
 }
@@ -107,7 +107,6 @@ bool IsSeededDevice(const std::string& path) {
 bool IsSeededAdapter(const std::string& path) { return path.find(kGUIDStart) != std::string::npos; }
 
 void RemoveSeeds() {
-  const Key map(kVideoMap);
   for (int output = 0; output < 32; ++output) {
     RegDeleteKeyValueA(HKEY_LOCAL_MACHINE, kVideoMap.c_str(), fmt::format("\\Device\\Video{}", output).c_str());
   }
@@ -159,9 +158,9 @@ void SeededDesktop::AddGPU(std::size_t index, const SeededGPU& gpu) {
     AddOutput(index, gpu, output, gpu.outputs[output]);
 }
 
-void SeededDesktop::AddOutput(std::size_t gpu_index, const SeededGPU& gpu, std::size_t index,
+void SeededDesktop::AddOutput(std::size_t gpu_index, const SeededGPU& gpu, std::size_t output_index,
                               const SeededOutput& output) {
-  const std::string name = fmt::format("\\{}\\{:04}", AdapterKeyOf(gpu_index), index);
+  const std::string name = fmt::format("\\{}\\{:04}", AdapterKeyOf(gpu_index), output_index);
   const Key adapter(kAdapters + name);
   adapter.Set("DriverDesc", gpu.name);
   if (!gpu.provider.empty()) adapter.Set("ProviderName", gpu.provider);

@@ -53,7 +53,7 @@ class SeededDesktop {
   std::size_t m_monitors = 0;
 
   void AddGPU(std::size_t index, const SeededGPU& gpu);
-  void AddOutput(std::size_t gpu_index, const SeededGPU& gpu, std::size_t index, const SeededOutput& output);
+  void AddOutput(std::size_t gpu_index, const SeededGPU& gpu, std::size_t output_index, const SeededOutput& output);
   std::string MakeMonitor(const SeededOutput& output, const std::string& name, std::uint64_t luid);
 };
 

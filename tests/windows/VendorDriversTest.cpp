@@ -115,7 +115,7 @@ TEST(BinaryInterface, KeepsEachOperationInItsPlace) {
   EXPECT_EQ(places.Place6(GPUType::Discrete), (IDs{first, second}));
   EXPECT_EQ(places.Place7("nvidia card 1"), (IDs{second}));
   EXPECT_EQ(places.Place8(), first);
-  EXPECT_EQ(&places.Place9(), &gpus[0]);
+  EXPECT_EQ(&places.Place9(), gpus.data());
   EXPECT_EQ(places.Place10(first, ComputeAPI::CUDA), (IDs{second}));
   EXPECT_EQ(&places.Place11(third), &gpus[2]);
   EXPECT_TRUE(places.Place13().empty());

@@ -1,3 +1,4 @@
+#include <cstddef>
 #include <cstring>
 
 #include "Driver.h"
@@ -35,7 +36,7 @@ DRIVER_CALL int ADL_Adapter_ASICFamilyType_Get(int adapter, int* types, int* val
 DRIVER_CALL int ADL_Adapter_AdapterInfo_Get(char* records, int size) {
   if (size != kOutputs * kRecordSize) return kError;
   for (int output = 0; output < kOutputs; ++output) {
-    char* record = records + output * kRecordSize;
+    char* record = records + std::ptrdiff_t{output} * kRecordSize;
     int record_size = 0;
     std::memcpy(&record_size, record, sizeof(record_size));
     if (record_size != kRecordSize) return kError;
