@@ -1,0 +1,92 @@
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <nlohmann/json.hpp>
+#include <sstream>
+#include <utility>
+
+#include "CommandLine.h"
+#include "MachineTest.h"
+
+namespace Vexil::Tests {
+namespace {
+
+using Json = nlohmann::ordered_json;
+
+std::vector<std::string> MachineNames() {
+  std::vector<std::string> names;
+  for (const auto& file : std::filesystem::directory_iterator(VEXIL_MACHINES)) {
+    if (file.path().extension() == ".json") names.push_back(file.path().stem().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+bool HoldsRecords(const Json& json) {
+  return std::any_of(json.begin(), json.end(), [](const Json& value) {
+    return value.is_object() || (value.is_array() && !value.empty() && value.front().is_object());
+  });
+}
+
+/// A line for every record that holds no other records, so that a changed record is a changed line.
+std::string Print(const Json& json, std::size_t indent = 0) {
+  const std::string line = json.dump();
+  if (!HoldsRecords(json)) return line;
+  std::string text;
+  for (const auto& item : json.items()) {
+    text += text.empty() ? "\n" : ",\n";
+    text += std::string(indent + 2, ' ');
+    if (json.is_object()) text += "\"" + item.key() + "\": ";
+    text += Print(item.value(), indent + 2);
+  }
+  return line.front() + text + "\n" + std::string(indent, ' ') + line.back();
+}
+
+/// What is not ASCII becomes "?", as log4cxx itself makes it where the locale knows ASCII only.
+std::string OnlyASCII(std::string line) {
+  const auto is_not_ascii = [](char c) { return (c & 0x80) != 0; };
+  std::replace_if(line.begin(), line.end(), is_not_ascii, '?');
+  return line;
+}
+
+/// Compares with a file of expected/, or writes it.
+void Compare(const std::string& file_name, const std::string& text) {
+  const std::string path = VEXIL_MACHINES "/expected/" + file_name;
+  if (std::getenv("VEXIL_REWRITE_EXPECTATIONS") != nullptr) {
+    std::ofstream(path, std::ios::binary) << text;
+    return;
+  }
+  std::ifstream file(path, std::ios::binary);
+  EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), text) << "is not what stands in " << file_name;
+}
+
+class ExpectedResults : public MachineTest, public testing::WithParamInterface<std::string> {};
+
+TEST_P(ExpectedResults, OnMachine) {
+  static bool had_a_machine = false;
+  if (std::exchange(had_a_machine, true)) GTEST_SKIP() << "One machine per process; ctest does that.";
+
+  Simulation::SetMachine(LoadTestMachine(GetParam()));
+  TestDetector detector;
+  detector.Detect({});
+  std::string log;
+  for (const std::string& line : TakeLog()) log += OnlyASCII(line) + "\n";
+  Compare(GetParam() + ".txt", log);
+
+  std::ostringstream json;
+  std::ostringstream errors;
+  const char* const arguments[] = {"vexil", "--json"};
+  Program::RunCommandLine(2, arguments, detector, json, errors);
+  Compare(GetParam() + ".json", Print(Json::parse(json.str())) + "\n");
+}
+
+INSTANTIATE_TEST_SUITE_P(Machines, ExpectedResults, testing::ValuesIn(MachineNames()), [](const auto& machine) {
+  std::string name = machine.param;
+  std::replace(name.begin(), name.end(), '-', '_');
+  return name;
+});
+
+}  // namespace
+}  // namespace Vexil::Tests
