@@ -48,6 +48,8 @@ Json VectorToJson(const std::uint8_t* vector, ElementaryType type, const TypeTab
 
 Json TableToJson(const flatbuffers::Table& table, const TypeTable& type) {
   Json object = Json::object();
+  // An object that keeps its order copies its members when it grows.
+  object.get_ref<Json::object_t&>().reserve(type.num_elems);
   for (std::size_t i = 0; i < type.num_elems; ++i) {
     const flatbuffers::TypeCode code = type.type_codes[i];
     const auto element_type = static_cast<ElementaryType>(code.base_type);

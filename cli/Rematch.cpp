@@ -27,18 +27,10 @@ Json Summary(const std::vector<MatchedGPUT>& matched, const std::vector<MonitorT
   return summary;
 }
 
-/// The raw records, in copies of their own, as they were before they were matched.
-std::unique_ptr<DetectorsOutputT> RawRecords(const Results& results) {
-  std::unique_ptr<DetectorsOutputT> raw(
-      FlatBuffers::GetDetectionResult(results.buffer.data())->detectors_output()->UnPack());
-  for (const auto& directx : raw->directx) {
-    for (const auto& monitor : directx->monitors) monitor->gpu_id.clear();
-  }
-  return raw;
-}
-
 Json MatchAnew(const Results& results) {
-  const auto raw = RawRecords(results);
+  // Matching writes into the records, so it gets copies of their own.
+  const std::unique_ptr<DetectorsOutputT> raw(
+      FlatBuffers::GetDetectionResult(results.buffer.data())->detectors_output()->UnPack());
   std::vector<MatchedGPUT> matched;
   std::vector<MonitorT> monitors;
   DetectWindowsGPUs(*raw, matched, monitors);

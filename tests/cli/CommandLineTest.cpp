@@ -1,0 +1,222 @@
+#include <algorithm>
+#include <cstdio>
+#include <nlohmann/json.hpp>
+#include <sstream>
+
+#include "../windows/LogCapture.h"
+#include "ProgramTest.h"
+#include "ResultFile.h"
+#include "ResultOutput.h"
+#include "Simulation.h"
+
+namespace Vexil::Tests {
+namespace {
+
+using nlohmann::json;
+
+std::vector<std::string> Lines(const std::string& text) {
+  std::vector<std::string> lines;
+  std::istringstream stream(text);
+  for (std::string line; std::getline(stream, line);) lines.push_back(line);
+  return lines;
+}
+
+bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
+
+/// No member that is -1, all bits set or empty, at any depth.
+bool HasUnknown(const json& value) {
+  if (value == -1 || value == ~std::uint64_t{0} || value == "") return true;
+  if (!value.is_structured()) return false;
+  return value.empty() || std::any_of(value.begin(), value.end(), HasUnknown);
+}
+
+class CommandLineTest : public ProgramTest {
+ protected:
+  CommandLineTest() {
+    SetMachine("five-gpus");
+    WriteFile(m_saved, Detect());
+  }
+
+  /// The same command, of this machine and of its saved result.
+  Answer RunSaved(std::vector<std::string> arguments) {
+    arguments.insert(arguments.end(), {"--from", m_saved});
+    return Run(arguments);
+  }
+
+  const std::string m_saved = TemporaryFile("five-gpus.vexil");
+};
+
+TEST_F(CommandLineTest, ReportHasTheLinesOfTheLog) {
+  const auto log = LogCapture::Start();
+  const Answer silent = Run({});
+  EXPECT_EQ(log->lines, std::vector<std::string>());
+  const Answer verbose = Run({"--verbose"});
+
+  std::string logged;
+  bool is_report = false;
+  for (const std::string& line : log->lines) {
+    const std::string text = line.substr(line.find(' ') + 1);
+    is_report = is_report || text == "Detected System:";
+    if (is_report) logged += text + "\n";
+  }
+  EXPECT_EQ(silent.status, 0);
+  EXPECT_EQ(silent.out, logged);
+  EXPECT_EQ(verbose.out, logged);
+}
+
+TEST_F(CommandLineTest, ReportOfASavedResultHasNoLiveFigures) {
+  const Answer answer = RunSaved({});
+  EXPECT_EQ(answer.status, 0);
+  EXPECT_TRUE(Contains(answer.out, "  - RAM: 127.8 GiB\n")) << answer.out;
+  EXPECT_TRUE(Contains(answer.out, "    Discrete, 24.0 GiB VRAM, PCI:1:0 (x16)\n")) << answer.out;
+}
+
+TEST_F(CommandLineTest, ListFiltersThisMachineAndSavedResultsAlike) {
+  struct Case {
+    std::vector<std::string> arguments;
+    std::size_t gpus;
+  };
+  const std::vector<Case> cases = {
+      {{}, 5},
+      {{"--vendor", "nvidia"}, 2},
+      {{"--vendor", "Apple"}, 0},
+      {{"--type", "INTEGRATED"}, 1},
+      {{"--api", "CUDA"}, 2},
+      {{"--api", "OpenCL", "--vendor", "AMD"}, 2},
+      {{"--find", "w6800"}, 1},
+      {{"--find", "6800", "--vendor", "Intel"}, 0},
+      {{"--find", ""}, 5},
+  };
+  for (const Case& c : cases) {
+    std::vector<std::string> arguments = c.arguments;
+    arguments.insert(arguments.begin(), "list");
+    const Answer live = Run(arguments);
+    const Answer saved = RunSaved(arguments);
+    EXPECT_EQ(Lines(live.out).size(), c.gpus) << live.out;
+    EXPECT_EQ(live.status, c.gpus != 0 ? 0 : 1);
+    EXPECT_EQ(saved.out, live.out);
+    EXPECT_EQ(saved.status, live.status);
+  }
+}
+
+TEST_F(CommandLineTest, ShowTellsWhatOtherInterfacesCallTheGPU) {
+  const Answer answer = Run({"show", "gpu:61279526.5150080d"});
+  EXPECT_EQ(answer.status, 0);
+  for (const char* part : {"CUDA    device 0", "NVAPI   handle 0x", "platform 0x10000 \"NVIDIA CUDA\", device 0x10001",
+                           "the first adapter", "\\\\.\\DISPLAY1, \\\\.\\DISPLAY2", "pcie_max_generation  4"}) {
+    EXPECT_TRUE(Contains(answer.out, part)) << part << " in\n" << answer.out;
+  }
+  EXPECT_EQ(RunSaved({"show", "gpu:61279526.5150080d"}).out, answer.out);
+}
+
+TEST_F(CommandLineTest, ShowTakesAnyTextThatMeansOneGPU) {
+  EXPECT_TRUE(Contains(Run({"show", "w6800"}).out, "AMD Radeon PRO W6800 (gpu:"));
+  const Answer ambiguous = Run({"show", "3090"});
+  EXPECT_EQ(ambiguous.status, 2);
+  EXPECT_TRUE(Contains(ambiguous.err, "gpu:61279526.e4457a84")) << ambiguous.err;
+  EXPECT_EQ(Run({"show", "Voodoo"}).status, 1);
+}
+
+TEST_F(CommandLineTest, MemoryIsWatchedLineByLine) {
+  const Answer answer = Run({"memory", "RX 6800", "--json", "--watch", "0.01", "--count", "3"});
+  EXPECT_EQ(answer.status, 0);
+  ASSERT_EQ(Lines(answer.out).size(), 3U);
+  for (const std::string& line : Lines(answer.out)) {
+    const json figures = json::parse(line);
+    EXPECT_EQ(figures["system"]["free_bytes"], 98304ULL << 20);
+    ASSERT_EQ(figures["gpus"].size(), 1U);
+    EXPECT_EQ(figures["gpus"][0]["total_bytes"], 16368ULL << 20);
+    EXPECT_EQ(figures["gpus"][0]["free_bytes"], 15990784ULL * 1000);
+  }
+  EXPECT_FALSE(json::parse(RunSaved({"memory", "--json"}).out)["gpus"][0].contains("free_bytes"));
+  EXPECT_EQ(RunSaved({"memory", "--watch", "1"}).status, 2);
+}
+
+TEST_F(CommandLineTest, SavesWhatItCanReadBack) {
+  const std::string path = TemporaryFile("saved.vexil");
+  EXPECT_EQ(Run({"save", path}).status, 0);
+  EXPECT_EQ(Program::ReadFile(path), Detect());
+  const std::string copy = TemporaryFile("copy.vexil");
+  EXPECT_EQ(RunSaved({"save", copy}).status, 0);
+  EXPECT_EQ(Program::ReadFile(copy), Program::ReadFile(m_saved));
+  EXPECT_EQ(Run({"save", TemporaryFile("no/such/folder")}).status, 2);
+}
+
+TEST_F(CommandLineTest, JsonIsValidWhateverDriversCallThings) {
+  Simulation::Machine machine = LoadMachine("five-gpus");
+  machine.dxgi->at(4).description.name = "Intel\xAE \xC2 \"UHD\"\n\x01";
+  Simulation::SetMachine(machine);
+  for (const char* command : {"list", "doctor", "memory", "show"}) {
+    std::vector<std::string> arguments = {command, "--json"};
+    if (command == std::string("show")) arguments.emplace_back("Intel");
+    EXPECT_TRUE(json::accept(Run(arguments).out)) << command;
+  }
+  const Answer report = Run({"--json"});
+  ASSERT_TRUE(json::accept(report.out));
+  const json result = json::parse(report.out);
+  EXPECT_FALSE(HasUnknown(result)) << report.out;
+  EXPECT_EQ(result["system"]["os"], "Windows");
+  EXPECT_EQ(result["detectors_output"]["cuda"].size(), 2U);
+  EXPECT_EQ(result["gpus"][0]["gpu"]["compute_apis"], json({"CUDA", "OpenCL"}));
+  EXPECT_EQ(result["monitors"][3]["refresh_rate"], 75);
+}
+
+TEST_F(CommandLineTest, RematchTellsWhatDiffers) {
+  const auto paths = [](const Answer& answer) {
+    std::vector<std::string> list;
+    const json parsed = json::parse(answer.out);
+    for (const json& difference : parsed["differences"]) list.push_back(difference["path"]);
+    return list;
+  };
+  EXPECT_EQ(paths(Run({"rematch", m_saved, "--json"})), std::vector<std::string>());
+
+  auto results = Program::UnpackResults(Program::ReadFile(m_saved), "saved");
+  auto& gpus = results.records.gpus;
+  gpus[0]->gpu->type = FlatBuffers::GPUType::Integrated;
+  gpus[1]->nvml.reset();
+  results.records.monitors[3]->gpu_id = gpus[0]->gpu->id;
+  const std::string removed = gpus[4]->gpu->id;
+  gpus.erase(gpus.begin() + 4);
+  std::vector<std::uint8_t> buffer;
+  PackResult(results.records, buffer);
+  WriteFile(m_saved, buffer);
+
+  EXPECT_EQ(paths(Run({"rematch", m_saved, "--json"})),
+            (std::vector<std::string>{"gpus/" + gpus[0]->gpu->id + "/gpu/type", "gpus/" + gpus[1]->gpu->id + "/nvml",
+                                      "gpus/" + removed, "monitors/3/gpu_id"}));
+  const Answer text = Run({"rematch", m_saved});
+  EXPECT_TRUE(Contains(text.out, "/gpu/type: stored \"Integrated\", now \"Discrete\"")) << text.out;
+  EXPECT_TRUE(Contains(text.out, removed + ": stored nothing, now a record named")) << text.out;
+}
+
+TEST_F(CommandLineTest, MisuseIsTwoAndNoGPUIsOne) {
+  const std::vector<std::vector<std::string>> misuses = {{"bogus"},
+                                                         {"--bogus"},
+                                                         {"list", "--vendor", "Acme"},
+                                                         {"show"},
+                                                         {"memory", "--watch", "-1"},
+                                                         {"save"},
+                                                         {"list", "rematch"},
+                                                         {"memory", "--count", "3"},
+                                                         {"rematch"},
+                                                         {"--from"},
+                                                         {"--from", TemporaryFile("none")},
+                                                         {"--from", testing::TempDir()},
+                                                         {"rematch", TemporaryFile("none")}};
+  for (const auto& arguments : misuses) {
+    const Answer answer = Run(arguments);
+    EXPECT_EQ(answer.status, 2) << arguments.front();
+    EXPECT_EQ(answer.out, "");
+    EXPECT_EQ(answer.err.rfind("vexil: ", 0), 0U) << answer.err;
+  }
+  for (const char* option : {"--help", "--version"}) EXPECT_EQ(Run({option}).status, 0) << option;
+
+  SetMachine("none");
+  for (const char* command : {"list", "doctor", "memory"}) EXPECT_EQ(Run({command}).status, 1) << command;
+  EXPECT_EQ(Run({}).status, 1);
+  EXPECT_EQ(Run({"save", m_saved}).status, 1);
+  EXPECT_EQ(Run({"rematch", m_saved}).status, 1);
+}
+
+}  // namespace
+}  // namespace Vexil::Tests

@@ -1,0 +1,37 @@
+#pragma once
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+#include "Machine.h"
+#include "Vexil.h"
+
+namespace Vexil::Tests {
+
+struct Answer {
+  int status;
+  std::string out;
+  std::string err;
+};
+
+/// Runs the program on a simulated machine.
+class ProgramTest : public testing::Test {
+ protected:
+  /// A machine of tests/machines, by name, or one made of it.
+  static Simulation::Machine LoadMachine(const std::string& name);
+  static void SetMachine(const std::string& name);
+
+  /// One call of the program, with a Detector of its own as in a process of its own.
+  static Answer Run(std::vector<std::string> arguments);
+
+  /// What the machine's detection packs.
+  static std::vector<std::uint8_t> Detect();
+
+  static std::string TemporaryFile(const std::string& name);
+  static void WriteFile(const std::string& path, const std::vector<std::uint8_t>& bytes);
+};
+
+}  // namespace Vexil::Tests
