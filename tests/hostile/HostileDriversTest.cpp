@@ -1,0 +1,151 @@
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+#include <set>
+#include <stdexcept>
+
+#include "DetectGPUWindows/Matching.h"
+#include "MachineTest.h"
+#include "RandomMachine.h"
+
+namespace Vexil::Tests {
+namespace {
+
+using FlatBuffers::MatchedGPUT;
+using FlatBuffers::MonitorT;
+using FlatBuffers::Vendor;
+using Simulation::Observed;
+
+#ifdef _WIN32
+constexpr std::uint64_t kMachines = 200;
+#else
+constexpr std::uint64_t kMachines = 2000;
+#endif
+
+/// What a detection packs; nothing where it throws the one exception that it may.
+using Packed = std::optional<std::vector<std::uint8_t>>;
+
+/// No record of this source is in two GPUs.
+template <typename Record>
+void ExpectInOneGPU(const std::vector<MatchedGPUT>& matched, std::shared_ptr<Record> MatchedGPUT::*source) {
+  std::set<const Record*> met;
+  for (const MatchedGPUT& entry : matched) {
+    const Record* record = (entry.*source).get();
+    EXPECT_TRUE(record == nullptr || met.insert(record).second);
+  }
+}
+
+/// GPUs share a record of compute libraries only where drivers put several GPUs at the record's place, or link
+/// several adapters with the record's device.
+void ExpectSharedByRule(const MatchedGPUT& entry) {
+  const auto is_at_place = [&](const auto& record) {
+    return record.pci_bus == entry.gpu->pci_bus && record.pci_device == entry.gpu->pci_device;
+  };
+  EXPECT_TRUE(entry.cuda == nullptr || is_at_place(*entry.cuda));
+  EXPECT_TRUE(entry.nvml == nullptr || is_at_place(*entry.nvml));
+  if (entry.opencl == nullptr) return;
+  if (entry.gpu->vendor == Vendor::Intel) {
+    EXPECT_EQ(entry.opencl->platform_id, entry.directx->opencl_platform_id);
+    EXPECT_EQ(entry.opencl->device_id, entry.directx->opencl_device_id);
+  } else {
+    EXPECT_TRUE(is_at_place(*entry.opencl));
+  }
+}
+
+void CheckAnswers(Detector& detector) {
+  const auto& gpus = detector.GetGPUs();
+  const auto is_main = [](const auto& gpu) { return gpu.is_main_display; };
+  EXPECT_EQ(std::count_if(gpus.begin(), gpus.end(), is_main), gpus.empty() ? 0 : 1);
+  for (const auto& gpu : gpus) {
+    EXPECT_TRUE(!gpu.is_main_display || gpu.id == detector.GetMainDisplayGPUID());
+    std::uint64_t free = 0;
+    std::uint64_t total = 0;
+    detector.GetGPUMemory(gpu.id, free, total);
+  }
+  const auto ids = detector.GetGPUIDs();
+  for (const MonitorT& monitor : detector.GetMonitors()) {
+    EXPECT_TRUE(ids.contains(monitor.gpu_id)) << monitor.gpu_id;
+    EXPECT_FALSE(monitor.name.empty());
+  }
+}
+
+/// What is packed is sound, and matching its raw records anew finds the same GPUs.
+void CheckPacked(const std::vector<std::uint8_t>& buffer) {
+  flatbuffers::Verifier verifier(buffer.data(), buffer.size(), 64, 100'000'000);
+  ASSERT_TRUE(FlatBuffers::VerifyDetectionResultBuffer(verifier));
+  FlatBuffers::DetectionResultT result;
+  FlatBuffers::GetDetectionResult(buffer.data())->UnPackTo(&result);
+  std::vector<MatchedGPUT> matched;
+  std::vector<MonitorT> monitors;
+  DetectWindowsGPUs(*result.detectors_output, matched, monitors);
+  ExpectInOneGPU(matched, &MatchedGPUT::nvapi);
+  ExpectInOneGPU(matched, &MatchedGPUT::amddl);
+  ExpectInOneGPU(matched, &MatchedGPUT::directx);
+  ExpectInOneGPU(matched, &MatchedGPUT::win32);
+  std::set<std::string> ids;
+  for (const MatchedGPUT& entry : matched) {
+    ExpectSharedByRule(entry);
+    ids.insert(entry.gpu->id);
+  }
+  EXPECT_EQ(result.gpus.size(), ids.size());
+  EXPECT_EQ(result.monitors.size(), monitors.size());
+}
+
+class HostileDrivers : public testing::Test {
+ protected:
+  Packed Detect(std::uint64_t seed) {
+    Simulation::SetMachine(MakeRandomMachine(seed));
+    const auto fails = MakeRandomFailures(seed);
+    Simulation::WatchCalls([&](std::uint64_t number, std::string_view call, std::string_view parameter) {
+      const bool failed = fails(number, call, parameter);
+      // An AMD Display Library that would not start stays open.
+      if (failed && call == "ADL_Main_Control_Create") ++m_may_stay_open["atiadlxx.dll"];
+      return failed;
+    });
+    Packed packed;
+    TestDetector detector;
+    try {
+      detector.Detect({});
+      CheckAnswers(detector);
+      detector.Serialize(packed.emplace());
+    } catch (const std::out_of_range&) {
+      // A version text with a number beyond 32 bits.
+    }
+    EndProcess();
+    m_log->lines.clear();
+    for (const auto& [library, open] : Observed().open) EXPECT_EQ(open, m_may_stay_open[library]) << library;
+    for (const auto& [library, up] : Observed().up) EXPECT_EQ(up, 0) << library;
+    EXPECT_EQ(Observed().misuses, std::vector<std::string>());
+    return packed;
+  }
+
+  /// OpenCL stays open from its first use on.
+  std::map<std::string, int> m_may_stay_open = {{"OpenCL.dll", 1}};
+  std::shared_ptr<LogCapture> m_log = LogCapture::Start();
+};
+
+// VEXIL_HOSTILE_SEED=n runs the one machine again.
+TEST_F(HostileDrivers, LeaveTheResultsSound) {
+  Simulation::SetMachine(LoadTestMachine("intel-only"));
+  TestDetector().Detect({});
+
+  const char* only = std::getenv("VEXIL_HOSTILE_SEED");
+  const std::uint64_t first = only != nullptr ? std::strtoull(only, nullptr, 10) : 1;
+  const std::uint64_t last = only != nullptr ? first : kMachines;
+  int with_gpus = 0;
+  int thrown = 0;
+  for (std::uint64_t seed = first; seed <= last; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    const Packed packed = Detect(seed);
+    EXPECT_EQ(Detect(seed), packed);
+    if (packed) CheckPacked(*packed);
+    with_gpus += packed && FlatBuffers::GetDetectionResult(packed->data())->gpus() != nullptr ? 1 : 0;
+    thrown += packed ? 0 : 1;
+    ASSERT_FALSE(HasFailure()) << "VEXIL_HOSTILE_SEED=" << seed << " runs this machine again";
+  }
+  std::printf("%d machines, %d of them with GPUs, %d with version numbers beyond 32 bits\n",
+              static_cast<int>(last - first + 1), with_gpus, thrown);
+}
+
+}  // namespace
+}  // namespace Vexil::Tests
