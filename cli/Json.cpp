@@ -5,14 +5,14 @@
 #include <ostream>
 #include <string>
 
+#include "Offsets.h"
+
 namespace Vexil::Program {
 namespace {
 
 using flatbuffers::ElementaryType;
 using flatbuffers::ReadScalar;
 using flatbuffers::TypeTable;
-
-const std::uint8_t* Follow(const std::uint8_t* offset) { return offset + ReadScalar<flatbuffers::uoffset_t>(offset); }
 
 Json EnumToJson(std::uint8_t value, const TypeTable* type) {
   const char* name = flatbuffers::EnumName(value, type);
@@ -25,21 +25,19 @@ Json ValueToJson(const std::uint8_t* value, ElementaryType type, const TypeTable
     case flatbuffers::ET_UCHAR: return EnumToJson(ReadScalar<std::uint8_t>(value), reference);
     case flatbuffers::ET_INT: return ReadScalar<std::int32_t>(value);
     case flatbuffers::ET_ULONG: return ReadScalar<std::uint64_t>(value);
-    case flatbuffers::ET_STRING: return reinterpret_cast<const flatbuffers::String*>(Follow(value))->str();
+    case flatbuffers::ET_STRING: return reinterpret_cast<const flatbuffers::String*>(FollowOffset(value))->str();
     case flatbuffers::ET_SEQUENCE:
-      return TableToJson(*reinterpret_cast<const flatbuffers::Table*>(Follow(value)), *reference);
+      return TableToJson(*reinterpret_cast<const flatbuffers::Table*>(FollowOffset(value)), *reference);
     default: return nullptr;  // The schema has no others.
   }
 }
 
 Json VectorToJson(const std::uint8_t* vector, ElementaryType type, const TypeTable* reference) {
-  const std::uint8_t* start = Follow(vector);
-  const auto count = ReadScalar<flatbuffers::uoffset_t>(start);
-  const std::uint8_t* element = start + sizeof(flatbuffers::uoffset_t);
+  const std::uint8_t* elements = VectorElements(vector);
+  const std::size_t size = flatbuffers::InlineSize(type, reference);
   Json array = Json::array();
-  for (flatbuffers::uoffset_t i = 0; i < count; ++i) {
-    array.push_back(ValueToJson(element, type, reference));
-    element += flatbuffers::InlineSize(type, reference);
+  for (std::size_t i = 0; i < VectorSize(vector); ++i) {
+    array.push_back(ValueToJson(elements + i * size, type, reference));
   }
   return array;
 }
@@ -54,8 +52,7 @@ Json TableToJson(const flatbuffers::Table& table, const TypeTable& type) {
     const flatbuffers::TypeCode code = type.type_codes[i];
     const auto element_type = static_cast<ElementaryType>(code.base_type);
     const TypeTable* reference = code.sequence_ref >= 0 ? type.type_refs[code.sequence_ref]() : nullptr;
-    const std::uint8_t* value =
-        table.GetAddressOf(flatbuffers::FieldIndexToOffset(static_cast<flatbuffers::voffset_t>(i)));
+    const std::uint8_t* value = FieldAddress(table, i);
     if (value == nullptr) {
       // Packing leaves out what is unknown, and "false", which is known.
       if (element_type == flatbuffers::ET_BOOL) object[type.names[i]] = false;

@@ -5,6 +5,8 @@
 #include <iterator>
 #include <system_error>
 
+#include "Alignment.h"
+
 namespace Vexil::Program {
 
 using FlatBuffers::DetectionResultT;
@@ -18,7 +20,7 @@ constexpr flatbuffers::uoffset_t kMostTables = 100'000;
 
 /// What every result has that the library wrote. Other formats pass for a result without any field.
 bool IsComplete(const DetectionResultT& records) {
-  if (records.library_version.empty() || records.system == nullptr || records.detectors_output == nullptr) return false;
+  if (records.system == nullptr || records.detectors_output == nullptr) return false;
   for (const auto& matched : records.gpus) {
     if (matched == nullptr || matched->gpu == nullptr) return false;
   }
@@ -31,7 +33,8 @@ std::string LastError() { return std::generic_category().message(errno); }
 
 Results UnpackResults(std::vector<std::uint8_t> buffer, const std::string& name) {
   flatbuffers::Verifier verifier(buffer.data(), buffer.size(), kDeepestNesting, kMostTables);
-  if (!FlatBuffers::VerifyDetectionResultBuffer(verifier)) {
+  if (!FlatBuffers::VerifyDetectionResultBuffer(verifier) ||
+      !IsAligned(*flatbuffers::GetRoot<flatbuffers::Table>(buffer.data()), *FlatBuffers::DetectionResultTypeTable())) {
     throw Error(name + " is not a saved result, or it is damaged");
   }
   Results results;
