@@ -9,7 +9,7 @@
 // are the program's.
 int main(int argc, char** argv) {
   if (argc < 2) {
-    std::cerr << "Usage: vexil_simulated_cli MACHINE-FILE [ARGUMENTS]\n";
+    std::cerr << "Usage: vexil-sim MACHINE [ARGUMENT...]\n";
     return 2;
   }
   try {
