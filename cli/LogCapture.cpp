@@ -16,7 +16,7 @@ class LineAppender : public log4cxx::AppenderSkeleton {
   std::vector<LogLine> lines;
 
  protected:
-  void append(const log4cxx::spi::LoggingEventPtr& event, log4cxx::helpers::Pool&) override {
+  void append(const log4cxx::spi::LoggingEventPtr& event, log4cxx::helpers::Pool& /*pool*/) override {
     const bool is_trouble = event->getLevel()->isGreaterOrEqual(log4cxx::Level::getWarn());
     lines.push_back({is_trouble, event->getMessage()});
   }

@@ -25,8 +25,8 @@ class OutputSink final : public ReportSink {
   explicit OutputSink(std::ostream& out) : m_out(out) {}
 
  protected:
-  bool Wants(LogLevel) override { return true; }
-  void Write(LogLevel, const std::string& line) override { m_out << line << '\n'; }
+  bool Wants(LogLevel /*level*/) override { return true; }
+  void Write(LogLevel /*level*/, const std::string& line) override { m_out << line << '\n'; }
 
  private:
   std::ostream& m_out;
