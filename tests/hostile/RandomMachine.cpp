@@ -1,5 +1,7 @@
 #include "RandomMachine.h"
 
+#include <fmt/format.h>
+
 #include <array>
 #include <random>
 #include <string>
@@ -133,9 +135,9 @@ class Generator {
   // Windows
 
   static std::string AdapterKey(std::size_t adapter) {
-    return R"(System\CurrentControlSet\Control\Video\{)" + std::to_string(adapter) + "}";
+    return fmt::format(R"(System\CurrentControlSet\Control\Video\{{{}}})", adapter);
   }
-  std::string DriverKey() { return "driver " + std::to_string(Below(4)); }
+  std::string DriverKey() { return fmt::format("driver {}", Below(4)); }
 
   std::map<std::pair<std::string, std::string>, std::string> Registry() {
     std::map<std::pair<std::string, std::string>, std::string> registry;
@@ -150,7 +152,7 @@ class Generator {
     return registry;
   }
 
-  DisplayDevice MakeMonitor() { return {Display(), Text(), Number32(), Text(), "{" + Text() + "}"}; }
+  DisplayDevice MakeMonitor() { return {Display(), Text(), Number32(), Text(), fmt::format("{{{}}}", Text())}; }
 
   DesktopOutput MakeOutput() {
     constexpr std::array<std::uint32_t, 5> kStates = {0, 0x1, 0x5, 0x9, 0x21};
