@@ -73,8 +73,8 @@ int cuDeviceTotalMem_v2(std::size_t* bytes, int device) {
 
 int cuDeviceCanAccessPeer(int* can, int device, int peer) {
   if (const int refusal = Refusal("cuDeviceCanAccessPeer", device, std::to_string(peer - kFirstDevice))) return refusal;
-  if (Find(peer) == nullptr || peer == device) return kInvalidDevice;
-  *can = 0;
+  if (Find(peer) == nullptr) return kInvalidDevice;
+  *can = peer == device ? 1 : 0;
   for (const std::size_t ordinal : Find(device)->peers) {
     if (static_cast<int>(ordinal) == peer - kFirstDevice) *can = 1;
   }

@@ -125,6 +125,8 @@ TEST_F(OpenCLSource, Lists) {
            With(nvidia, {{"at 1:0", "at -1:-1"}, {"at 65:0", "at -1:-1"}})},
       },
       GetOpenCLGPUs, DescribeOpenCL);
+  // Hosts have been given handles that point into it.
+  EXPECT_EQ(Observed().open.at("OpenCL.dll"), 1);
 }
 
 TEST_F(OpenCLSource, LiveMemoryOfAMDDevices) {
@@ -165,6 +167,7 @@ TEST_F(OpenCLSource, IntelDriverVersion) {
       {"Intel(R) OpenCL Graphics", {"31.0.101.4502", "1.2.3.4"}, "true 31.0.101.4502 [31 0 101 4502]"},
       {"Intel(R) OpenCL Graphics", {"30.0.1", "27.20.100"}, "false 27.20.100 []"},
       {"Integrated Graphics", {"31.0.101.4502"}, "false  []"},
+      {"Intel through openclon12", {"31.0.101.4502"}, "false  []"},
   };
   for (const auto& test_case : kCases) {
     Machine machine = LoadTestMachine("five-gpus");
