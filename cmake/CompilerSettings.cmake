@@ -15,6 +15,11 @@ else()
   target_compile_definitions(vexil_settings INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
 endif()
 
+if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
+  # GCC 12 warns of overlapping copies inside std::string's own assignment, where there are none.
+  target_compile_options(vexil_settings INTERFACE -Wno-restrict)
+endif()
+
 if(MINGW)
   target_link_options(vexil_settings INTERFACE -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
   # The stack protector's few functions go into each file, so that no DLL has to be shipped for them.
