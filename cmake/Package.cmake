@@ -37,16 +37,24 @@ install(EXPORT VexilTargets NAMESPACE Vexil:: DESTINATION lib/cmake/Vexil)
 set_target_properties(vexil PROPERTIES EXPORT_NAME Vexil)
 add_library(Vexil::Vexil ALIAS vexil)
 
+# Names alone: the folders are those of the machine that makes the package. A generator expression that takes
+# a list to its file names is younger than the CMake that Debian has, so the installation does it.
+install(CODE "
+  foreach(dll IN ITEMS ${runtime_dlls})
+    cmake_path(GET dll FILENAME name)
+    list(APPEND names \${name})
+  endforeach()
+  file(WRITE \"${CMAKE_BINARY_DIR}/package/VexilRuntimeDLLs.cmake\" \"set(_vexil_dlls \${names})\\n\")")
 file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/package/VexilFiles.cmake CONTENT
-"set(_vexil_dlls \"$<PATH:GET_FILENAME,${runtime_dlls}>\")
-set(_vexil_log4cxx_dll \"$<TARGET_FILE_NAME:log4cxx>\")
+"set(_vexil_log4cxx_dll \"$<TARGET_FILE_NAME:log4cxx>\")
 set(_vexil_log4cxx_library \"$<TARGET_LINKER_FILE_NAME:log4cxx>\")
 ")
 configure_package_config_file(cmake/VexilConfig.cmake.in ${CMAKE_BINARY_DIR}/package/VexilConfig.cmake
   INSTALL_DESTINATION lib/cmake/Vexil)
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/package/VexilConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/package/VexilConfig.cmake ${CMAKE_BINARY_DIR}/package/VexilConfigVersion.cmake
-  ${CMAKE_BINARY_DIR}/package/VexilFiles.cmake DESTINATION lib/cmake/Vexil)
+  ${CMAKE_BINARY_DIR}/package/VexilFiles.cmake ${CMAKE_BINARY_DIR}/package/VexilRuntimeDLLs.cmake
+  DESTINATION lib/cmake/Vexil)
 
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_NAME Vexil)
