@@ -1,7 +1,9 @@
 #include "BareCalls.h"
 
+#include <array>
 #include <cstdint>
 #include <initializer_list>
+#include <memory>
 #include <string>
 #include <unordered_map>
 
@@ -187,23 +189,29 @@ class NVAPI : Library {
   Symbol (*m_query)(Number) = reinterpret_cast<Symbol (*)(Number)>(FindByName("nvapi_QueryInterface"));
 };
 
-/// Live memory, which the report asks for, keeps NVAPI up.
-NVAPI& TheNVAPI() {
-  static NVAPI nvapi;
-  return nvapi;
-}
-
 constexpr Number kInitialize = 0x0150E828;
 constexpr Number kUnload = 0xD22BDD7E;
 
-void CallNVAPI(Number gpus) {
-  NVAPI& nvapi = TheNVAPI();
-  Handle handles[64];
+/// Each session loads NVAPI anew, unless live memory keeps it up.
+std::shared_ptr<NVAPI> OpenNVAPI(bool keep_up) {
+  if (!keep_up) return std::make_shared<NVAPI>();
+  static const auto kept = [] {
+    auto nvapi = std::make_shared<NVAPI>();
+    nvapi->Call(kInitialize);
+    return nvapi;
+  }();
+  return kept;
+}
+
+using Handles = std::array<Handle, 64>;
+
+Handles CallNVAPI(NVAPI& nvapi, Number gpus) {
+  Handles handles = {};
   Handle display = nullptr;
   Number value = 0;
   char text[64];
   nvapi.Call(kInitialize);
-  nvapi.Call<Handle*, Number*>(0xE5AC921F, handles, &value);
+  nvapi.Call<Handle*, Number*>(0xE5AC921F, handles.data(), &value);
   for (Number index = 0; nvapi.Call<Number, Handle*>(0x9ABDD40D, index, &display) == 0; ++index) {
     Handle drivers[64];
     nvapi.Call<Handle, char*>(0x22A78B05, display, text);
@@ -217,13 +225,18 @@ void CallNVAPI(Number gpus) {
     }
     nvapi.Call<Handle, Number*, Number*, Number*, Number*>(0x2DDFB66E, handles[gpu], &value, &value, &value, &value);
   }
-  Number memory[8] = {0x00030020};
-  for (Number gpu = 0; gpu < gpus; ++gpu) nvapi.Call<Handle, void*>(0x07F9B368, handles[gpu], memory);
   nvapi.Call(kUnload);
+  return handles;
 }
 
-void CallNVAPIForDriverVersion() {
-  NVAPI& nvapi = TheNVAPI();
+/// The report's live figures.
+void CallForReport(NVAPI& nvapi, Number gpus, const Handles& handles) {
+  Number memory[8] = {0x00030020};
+  GetPhysicalMemory();
+  for (Number gpu = 0; gpu < gpus; ++gpu) nvapi.Call<Handle, void*>(0x07F9B368, handles[gpu], memory);
+}
+
+void CallNVAPIForDriverVersion(NVAPI& nvapi) {
   Number version = 0;
   char branch[64];
   nvapi.Call(kInitialize);
@@ -231,19 +244,17 @@ void CallNVAPIForDriverVersion() {
   nvapi.Call(kUnload);
 }
 
-void CallSystem() {
+void CallSystem(bool for_report) {
   for (const char* value : {"CurrentBuildNumber", "ProductName", "MachineGuid", "BaseBoardManufacturer",
                             "BaseBoardProduct", "ProcessorNameString"}) {
     ReadRegistryString(R"(SOFTWARE\Microsoft\Windows NT\CurrentVersion)", value);
   }
   GetProcessorCount();
-  // Once for the system record, once for the report.
-  GetPhysicalMemory();
   GetPhysicalMemory();
   // Asked for twice, and not there.
   OpenLibrary("atiadlxx.dll");
   OpenLibrary("atiadlxx.dll");
-  CallNVAPIForDriverVersion();
+  CallNVAPIForDriverVersion(*OpenNVAPI(for_report));
   for (std::uint32_t index = 0; GetAdapterOutput(index); ++index) continue;
 }
 
@@ -276,14 +287,15 @@ void CallDirectX() {
 
 }  // namespace
 
-void MakeBareCalls(std::size_t gpus) {
-  CallSystem();
+void MakeBareCalls(std::size_t gpus, bool for_report) {
+  CallSystem(for_report);
   CallOpenCL(gpus);
   CallCUDA(static_cast<int>(gpus));
   CallDisplayDevices();
   CallDirectX();
-  CallNVAPI(static_cast<Number>(gpus));
+  const Handles nvapi_handles = CallNVAPI(*OpenNVAPI(for_report), static_cast<Number>(gpus));
   CallNVML(static_cast<Number>(gpus));
+  if (for_report) CallForReport(*OpenNVAPI(true), static_cast<Number>(gpus), nvapi_handles);
 }
 
 }  // namespace Vexil::Bench
