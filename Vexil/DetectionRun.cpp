@@ -63,6 +63,7 @@ bool Detector::Impl::Detect() {
     return false;
   }
 
+  main_display_gpu_id.clear();
   main_display_gpu_id = ChooseMainDisplayGPU(matched, matched_monitors);
 
   for (const MatchedGPUT& entry : matched) {
@@ -84,7 +85,8 @@ void Detector::Impl::Clear() {
   gpus.clear();
   monitors.clear();
   system = {};
-  m_marker = options.KeepMarker ? std::make_unique<Marker>() : nullptr;
+  marker.reset();
+  if (options.KeepMarker) marker = std::make_unique<Marker>();
 }
 
 void Detector::Impl::AskSources() {

@@ -65,7 +65,8 @@ const GPUT& Detector::GetMainDisplayGPU() { return GetGPU(GetMainDisplayGPUID())
 GPUIDs Detector::GetPeerGPUIDs(const std::string& gpu_id, ComputeAPI api) {
   const std::lock_guard lock(m_impl->mutex);
   if (!m_impl->EnsureResults()) return {};
-  return FindPeers(m_impl->gpus, gpu_id, api);
+  const auto peers = FindPeers(m_impl->gpus, gpu_id, api);
+  return {peers.begin(), peers.end()};
 }
 
 const GPUT& Detector::GetGPU(const std::string& gpu_id) {

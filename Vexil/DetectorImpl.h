@@ -32,6 +32,9 @@ class Detector::Impl {
   std::mutex mutex;
   DetectionState state = DetectionState::NotRun;
   DetectOptions options;
+  /// There while a run's options say KeepMarker.
+  struct Marker {};
+  std::unique_ptr<Marker> marker;
   std::string main_display_gpu_id;
   FlatBuffers::DetectorsOutputT detectors_output;
   /// By GPU identifier. Of two GPUs with the same identifier the later one stands here.
@@ -40,12 +43,8 @@ class Detector::Impl {
   FlatBuffers::GPUT invalid_gpu;
 
  private:
-  struct Marker {};
-
   void Clear();
   void AskSources();
-
-  std::unique_ptr<Marker> m_marker;
 };
 
 }  // namespace Vexil

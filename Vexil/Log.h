@@ -46,12 +46,13 @@ class LogSilencer {
 #define VEXIL_FUNCTION __PRETTY_FUNCTION__
 #endif
 
+/// The place in the code where this stands.
+#define VEXIL_LOG_SITE (::Vexil::LogSite{__FILE__, VEXIL_FUNCTION, __LINE__})
+
 // Macros, because a line that is not logged must not be composed, and because a log line names the
 // function that wrote it. The arguments are a fmt format string and what goes into it.
-#define VEXIL_LOG(level, ...)                                                                       \
-  (::Vexil::IsLogEnabled(level)                                                                     \
-       ? ::Vexil::WriteLog(level, ::fmt::format(__VA_ARGS__), {__FILE__, VEXIL_FUNCTION, __LINE__}) \
-       : void())
+#define VEXIL_LOG(level, ...) \
+  (::Vexil::IsLogEnabled(level) ? ::Vexil::WriteLog(level, ::fmt::format(__VA_ARGS__), VEXIL_LOG_SITE) : void())
 
 #define LOG_DEBUG(...) VEXIL_LOG(::Vexil::LogLevel::Debug, __VA_ARGS__)
 #define LOG_INFO(...) VEXIL_LOG(::Vexil::LogLevel::Info, __VA_ARGS__)

@@ -22,18 +22,14 @@ class ThisMachine final : public LiveFigures {
 };
 
 class LogSink final : public ReportSink {
- protected:
+ public:
   bool Wants(LogLevel level) override { return IsLogEnabled(level); }
-  void Write(LogLevel level, const std::string& line) override {
-    WriteLog(level, line, {__FILE__, VEXIL_FUNCTION, __LINE__});
-  }
+  void Write(LogLevel level, const std::string& line, const LogSite& site) override { WriteLog(level, line, site); }
 };
 
 }  // namespace
 
 void LogReport(const ReportedResults& results) {
-  // Asking drivers for figures that nobody will read takes time, and keeps NVAPI up for nothing.
-  if (!IsLogEnabled(LogLevel::Info) && !IsLogEnabled(LogLevel::Warn)) return;
   ThisMachine live;
   LogSink sink;
   WriteReport(results, live, sink);

@@ -59,23 +59,25 @@ GPUIDs FindGPUIDs(const std::vector<GPUT>& gpus, const std::string& text) {
   return IDsOf(gpus, [&](const GPUT& gpu) { return ContainsNoCase(SearchText(gpu), text); });
 }
 
-GPUIDs FindPeers(const std::vector<GPUT>& gpus, const std::string& gpu_id, ComputeAPI api) {
-  GPUIDs peers;
+std::vector<std::string> FindPeers(const std::vector<GPUT>& gpus, const std::string& gpu_id, ComputeAPI api) {
+  std::vector<std::string> peers;
   const GPUT* gpu = FindGPUByID(gpus, gpu_id);
   if (gpu == nullptr) return peers;
 
-  const auto add = [&](const auto& is_peer) {
-    if (const GPUT* peer = FindGPU(gpus, is_peer)) peers.insert(peer->id);
+  const auto add = [&](const GPUT* peer) {
+    if (peer != nullptr && std::find(peers.begin(), peers.end(), peer->id) == peers.end()) peers.push_back(peer->id);
   };
   if (api == ComputeAPI::CUDA) {
-    for (const std::int32_t index : gpu->cuda_peers) add([=](const GPUT& other) { return other.cuda_index == index; });
+    for (const std::int32_t index : gpu->cuda_peers) {
+      add(FindGPU(gpus, [=](const GPUT& other) { return other.cuda_index == index; }));
+    }
   } else if (api == ComputeAPI::OpenCL) {
     for (const std::uint64_t device : gpu->opencl_peers) {
-      add([=](const GPUT& other) { return other.opencl_device_id == device; });
+      add(FindGPU(gpus, [=](const GPUT& other) { return other.opencl_device_id == device; }));
     }
   } else if (api == ComputeAPI::Metal && gpu->peer_group_id != kNoPeerGroup) {
     for (const GPUT& other : gpus) {
-      if (other.id != gpu->id && other.peer_group_id == gpu->peer_group_id) peers.insert(other.id);
+      if (other.id != gpu->id && other.peer_group_id == gpu->peer_group_id) add(&other);
     }
   }
   return peers;

@@ -19,8 +19,9 @@ GPUIDs GetGPUIDsByAPI(const std::vector<FlatBuffers::GPUT>& gpus, FlatBuffers::C
 GPUIDs GetGPUIDsByType(const std::vector<FlatBuffers::GPUT>& gpus, FlatBuffers::GPUType type);
 GPUIDs FindGPUIDs(const std::vector<FlatBuffers::GPUT>& gpus, const std::string& text);
 
-/// See Detector::GetPeerGPUIDs.
-GPUIDs FindPeers(const std::vector<FlatBuffers::GPUT>& gpus, const std::string& gpu_id, FlatBuffers::ComputeAPI api);
+/// See Detector::GetPeerGPUIDs. Each peer once, in the order in which the GPU's record names them.
+std::vector<std::string> FindPeers(const std::vector<FlatBuffers::GPUT>& gpus, const std::string& gpu_id,
+                                   FlatBuffers::ComputeAPI api);
 
 /// The first GPU with this identifier; null where there is none.
 const FlatBuffers::GPUT* FindGPUByID(const std::vector<FlatBuffers::GPUT>& gpus, const std::string& id);

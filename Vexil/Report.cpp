@@ -14,29 +14,34 @@ using FlatBuffers::MatchedGPUT;
 using FlatBuffers::MonitorT;
 using FlatBuffers::SystemT;
 
+// Macros, as those of Log.h: a log line names the function that wrote it.
+#define REPORT_INFO(sink, ...) (sink).Write(LogLevel::Info, fmt::format(__VA_ARGS__), VEXIL_LOG_SITE)
+#define REPORT_WARN(sink, ...) (sink).Write(LogLevel::Warn, fmt::format(__VA_ARGS__), VEXIL_LOG_SITE)
+
 namespace {
 
 void WriteSystem(const SystemT& system, LiveFigures& live, ReportSink& sink) {
-  sink.Info("Detected System:");
-  sink.Info("  - OS: {} {}", EnumNameOS(system.os), system.os_version);
-  if (!system.model.empty()) sink.Info("  - Model: {}", system.model);
-  if (!system.system_id.empty()) sink.Info("  - System ID: {}", system.system_id);
+  REPORT_INFO(sink, "Detected System:");
+  REPORT_INFO(sink, "  - OS: {} {}", EnumNameOS(system.os), system.os_version);
+  if (!system.model.empty()) REPORT_INFO(sink, "  - Model: {}", system.model);
+  if (!system.system_id.empty()) REPORT_INFO(sink, "  - System ID: {}", system.system_id);
   if (!system.cpu_name.empty()) {
-    sink.Info("  - CPU: {}, {} threads, {}", system.cpu_name, system.cpu_threads, ArchitectureName(kBuildArchitecture));
+    REPORT_INFO(sink, "  - CPU: {}, {} threads, {}", system.cpu_name, system.cpu_threads,
+                ArchitectureName(kBuildArchitecture));
   }
   std::uint64_t available = 0;
   std::uint64_t total = 0;
   if (live.GetSystemMemory(available, total)) {
-    sink.Info("  - RAM: {} used of {}", FormatSize(total - available), FormatSize(total));
+    REPORT_INFO(sink, "  - RAM: {} used of {}", FormatSize(total - available), FormatSize(total));
   } else if (system.ram_mib >= 1) {
-    sink.Info("  - RAM: {}", FormatMiB(system.ram_mib));
+    REPORT_INFO(sink, "  - RAM: {}", FormatMiB(system.ram_mib));
   }
-  if (!system.intel_driver_version.empty()) sink.Info("  - Intel GPU Driver: {}", system.intel_driver_version);
+  if (!system.intel_driver_version.empty()) REPORT_INFO(sink, "  - Intel GPU Driver: {}", system.intel_driver_version);
   if (system.nvidia_driver_major >= 1) {
-    sink.Info("  - NVIDIA GPU Driver: {}.{}, supports CUDA {}.{}", system.nvidia_driver_major,
-              system.nvidia_driver_minor, system.cuda_driver_major, system.cuda_driver_minor);
+    REPORT_INFO(sink, "  - NVIDIA GPU Driver: {}.{}, supports CUDA {}.{}", system.nvidia_driver_major,
+                system.nvidia_driver_minor, system.cuda_driver_major, system.cuda_driver_minor);
   }
-  if (!system.amd_driver_version.empty()) sink.Info("  - AMD GPU Driver: {}", system.amd_driver_version);
+  if (!system.amd_driver_version.empty()) REPORT_INFO(sink, "  - AMD GPU Driver: {}", system.amd_driver_version);
 }
 
 std::string MemoryText(const MatchedGPUT& matched, LiveFigures& live) {
@@ -76,39 +81,48 @@ std::vector<std::string> SourceNames(const MatchedGPUT& matched) {
   return names;
 }
 
-void WriteGPU(const MatchedGPUT& matched, const std::vector<GPUT>& gpus, LiveFigures& live, ReportSink& sink) {
+void WriteGPU(const MatchedGPUT& matched, LiveFigures& live, ReportSink& sink) {
   const GPUT& gpu = *matched.gpu;
   std::vector<std::string> attributes = {EnumNameGPUType(gpu.type), MemoryText(matched, live)};
   if (gpu.pci_bus != kUnknown) attributes.push_back(PCIText(gpu));
 
-  sink.Info("  - \"{} {}\" ({}){}", EnumNameVendor(gpu.vendor), gpu.name, gpu.id,
-            gpu.is_main_display ? " <- Main Display GPU" : "");
-  sink.Info("    {}", Join(attributes, ", "));
-  sink.Info("    Matches: {}", Join(SourceNames(matched), ", "));
-  if (matched.opencl == nullptr) sink.Warn("    Warning: No OpenCL match.");
+  REPORT_INFO(sink, "  - \"{} {}\" ({}){}", EnumNameVendor(gpu.vendor), gpu.name, gpu.id,
+              gpu.is_main_display ? " <- Main Display GPU" : "");
+  REPORT_INFO(sink, "    {}", Join(attributes, ", "));
+  REPORT_INFO(sink, "    Matches: {}", Join(SourceNames(matched), ", "));
+}
 
+void WritePeers(const GPUT& gpu, const std::vector<GPUT>& gpus, ReportSink& sink) {
   for (const ComputeAPI api : {ComputeAPI::Metal, ComputeAPI::CUDA, ComputeAPI::OpenCL}) {
     const auto peers = FindPeers(gpus, gpu.id, api);
-    if (!peers.empty()) sink.Info("    {} Peers: {}", EnumNameComputeAPI(api), Join(peers, ", "));
+    if (!peers.empty()) REPORT_INFO(sink, "    {} Peers: {}", EnumNameComputeAPI(api), Join(peers, ", "));
   }
 }
 
-void WriteMonitor(const MonitorT& monitor, const std::vector<GPUT>& gpus, ReportSink& sink) {
-  const GPUT* gpu = FindGPUByID(gpus, monitor.gpu_id);
-  if (gpu == nullptr) return;
-  sink.Info("  - \"{}\"{}", monitor.name, monitor.is_main ? " <- Main Monitor" : "");
-  sink.Info("    {}x{}, connected to \"{} {}\" ({})", monitor.width, monitor.height, EnumNameVendor(gpu->vendor),
-            gpu->name, monitor.gpu_id);
+void WriteMonitors(const std::vector<MonitorT>& monitors, const std::vector<GPUT>& gpus, ReportSink& sink) {
+  REPORT_INFO(sink, "Detected {} monitors:", monitors.size());
+  for (const MonitorT& monitor : monitors) {
+    const GPUT* gpu = FindGPUByID(gpus, monitor.gpu_id);
+    if (gpu == nullptr) continue;
+    REPORT_INFO(sink, "  - \"{}\"{}", monitor.name, monitor.is_main ? " <- Main Monitor" : "");
+    REPORT_INFO(sink, "    {}x{}, connected to \"{} {}\" ({})", monitor.width, monitor.height,
+                EnumNameVendor(gpu->vendor), gpu->name, monitor.gpu_id);
+  }
 }
 
 }  // namespace
 
 void WriteReport(const ReportedResults& results, LiveFigures& live, ReportSink& sink) {
-  WriteSystem(results.system, live, sink);
-  sink.Info("Detected {} GPUs:", results.matched.size());
-  for (const MatchedGPUT& matched : results.matched) WriteGPU(matched, results.gpus, live, sink);
-  sink.Info("Detected {} monitors:", results.monitors.size());
-  for (const MonitorT& monitor : results.monitors) WriteMonitor(monitor, results.gpus, sink);
+  const bool wants_info = sink.Wants(LogLevel::Info);
+  const bool wants_warnings = sink.Wants(LogLevel::Warn);
+  if (wants_info) WriteSystem(results.system, live, sink);
+  if (wants_info) REPORT_INFO(sink, "Detected {} GPUs:", results.matched.size());
+  for (const MatchedGPUT& matched : results.matched) {
+    if (wants_info) WriteGPU(matched, live, sink);
+    if (wants_warnings && matched.opencl == nullptr) REPORT_WARN(sink, "    Warning: No OpenCL match.");
+    if (wants_info) WritePeers(*matched.gpu, results.gpus, sink);
+  }
+  if (wants_info) WriteMonitors(results.monitors, results.gpus, sink);
 }
 
 }  // namespace Vexil

@@ -1,10 +1,7 @@
 #pragma once
 
-#include <fmt/format.h>
-
 #include <cstdint>
 #include <string>
-#include <utility>
 #include <vector>
 
 #include "FlatBuffers/DetectionResult_generated.h"
@@ -33,20 +30,13 @@ class LiveFigures {
 /// Where the lines of a report go.
 class ReportSink {
  public:
-  template <typename... Arguments>
-  void Info(fmt::format_string<Arguments...> format, Arguments&&... arguments) {
-    if (Wants(LogLevel::Info)) Write(LogLevel::Info, fmt::format(format, std::forward<Arguments>(arguments)...));
-  }
-  void Warn(const std::string& line) {
-    if (Wants(LogLevel::Warn)) Write(LogLevel::Warn, line);
-  }
+  /// A line that nobody wants is not composed. Nor are drivers asked for figures that nobody will read: that
+  /// takes time, and keeps NVAPI up for nothing.
+  virtual bool Wants(LogLevel level) = 0;
+  virtual void Write(LogLevel level, const std::string& line, const LogSite& site) = 0;
 
  protected:
   ~ReportSink() = default;
-
-  /// A line that nobody wants is not composed.
-  virtual bool Wants(LogLevel level) = 0;
-  virtual void Write(LogLevel level, const std::string& line) = 0;
 };
 
 /// Tells what a run found: the system, each matched GPU, the monitors.

@@ -71,14 +71,15 @@ class IInterface {
 /// **Lifetime.** What is returned by reference stays valid until the next Detect(). Records held by
 /// shared pointers may be kept longer; they are never changed after the run that made them.
 ///
-/// **Threads.** Every operation may be called from any thread. All but GetVersion and GetSystemMemory
-/// take the object's one lock and so wait for a detection that is running.
+/// **Threads.** Every operation may be called from any thread. GetVersion, GetSystemMemory and
+/// Reserved return at once; all others take the object's one lock and so wait for a detection that is running.
 ///
 /// **Failure.** A vendor library that is missing or fails costs only what it would have told. A
 /// detection that finds no GPU at all has failed: identifiers are empty, lookups return the record
 /// named "Invalid", the system record and raw records are there all the same. The only exceptions are
 /// the standard library's: out of memory, std::system_error where the lock fails, and std::out_of_range
-/// where a driver's version text holds a number beyond 32 bits. They leave the object usable.
+/// where a driver's version text holds a number beyond 32 bits; WriteTo throws what its stream is set to
+/// throw. They leave the object usable.
 ///
 /// **Logging** goes to the log4cxx logger "Vexil". Where the host has configured log4cxx before its
 /// first GetInstance, its configuration is left as it is; otherwise lines go to standard error.

@@ -24,9 +24,8 @@ class OutputSink final : public ReportSink {
  public:
   explicit OutputSink(std::ostream& out) : m_out(out) {}
 
- protected:
   bool Wants(LogLevel /*level*/) override { return true; }
-  void Write(LogLevel /*level*/, const std::string& line) override { m_out << line << '\n'; }
+  void Write(LogLevel /*level*/, const std::string& line, const LogSite& /*site*/) override { m_out << line << '\n'; }
 
  private:
   std::ostream& m_out;

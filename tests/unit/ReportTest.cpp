@@ -20,9 +20,8 @@ class Lines final : public ReportSink {
  public:
   Texts lines;
 
- protected:
   bool Wants(LogLevel /*level*/) override { return true; }
-  void Write(LogLevel level, const std::string& line) override {
+  void Write(LogLevel level, const std::string& line, const LogSite& /*site*/) override {
     lines.push_back((level == LogLevel::Warn ? "WARN" : "") + line);
   }
 };
@@ -92,6 +91,16 @@ TEST(Report, TellsOfAGPUWhatIsKnown) {
   EXPECT_EQ(lines, (Texts{"  - \"AMD Card\" (a) <- Main Display GPU", "    Unknown, 512 MiB VRAM, PCI:1:0.0 (x16)",
                           "    Matches: AMDDL, OpenCL, Win32", "    Metal Peers: b", "    CUDA Peers: b",
                           "    OpenCL Peers: b"}));
+}
+
+TEST(Report, NamesPeersInTheOrderOfTheRecordAndOnce) {
+  std::vector<MatchedGPUT> matched;
+  for (const char* id : {"a", "b", "c", "d"}) {
+    matched.push_back(MakeGPU(id));
+    matched.back().gpu->cuda_index = static_cast<std::int32_t>(matched.size());
+  }
+  matched[0].gpu->cuda_peers = {3, 4, 2, 3, 9};
+  EXPECT_EQ(Report({}, matched)[7], "    CUDA Peers: c, d, b");
 }
 
 TEST(Report, CountsAMonitorWhoseGPUIsNotListed) {
