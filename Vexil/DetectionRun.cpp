@@ -1,15 +1,16 @@
 #include <chrono>
 
 #include "AMD/AMDDisplayLibrary.h"
+#include "Common/Log.h"
 #include "DetectCommon/CUDADetector.h"
 #include "DetectCommon/OpenCLDetector.h"
 #include "DetectGPUWindows/DirectXDetector.h"
 #include "DetectGPUWindows/DisplayDeviceDetector.h"
 #include "DetectGPUWindows/Matching.h"
+#include "DetectGPUWindows/Monitors.h"
 #include "DetectorImpl.h"
-#include "Log.h"
 #include "LogReport.h"
-#include "MatchedResults.h"
+#include "MainDisplayChoice.h"
 #include "NVIDIA/NVML.h"
 #include "NVIDIA/NvAPIDetector.h"
 #include "SystemInfo/WindowsSystemInfo.h"

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-#include "Common/FirstMetOrder.h"
+#include "Common/InsertionOrderedMap.h"
 #include "Vexil.h"
 
 namespace Vexil {
@@ -38,7 +38,7 @@ class Detector::Impl {
   std::string main_display_gpu_id;
   FlatBuffers::DetectorsOutputT detectors_output;
   /// By GPU identifier. Of two GPUs with the same identifier the later one stands here.
-  FirstMetOrder<std::string, std::shared_ptr<FlatBuffers::MatchedGPUT>> matched_gpus;
+  InsertionOrderedMap<std::string, std::shared_ptr<FlatBuffers::MatchedGPUT>> matched_gpus;
   /// What every lookup that finds nothing returns.
   FlatBuffers::GPUT invalid_gpu;
 

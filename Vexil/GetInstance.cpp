@@ -1,4 +1,4 @@
-#include "Log.h"
+#include "Common/Log.h"
 #include "Vexil.h"
 
 std::int32_t NvOptimusEnablement = 1;

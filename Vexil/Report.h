@@ -4,8 +4,8 @@
 #include <string>
 #include <vector>
 
+#include "Common/Log.h"
 #include "FlatBuffers/DetectionResult_generated.h"
-#include "Log.h"
 
 namespace Vexil {
 

@@ -14,7 +14,7 @@ constexpr const char* kName = "NVIDIA RTX A5000";
 std::string Output(std::size_t gpu) { return fmt::format("\\\\.\\DISPLAY{}", gpu + 1); }
 std::string DriverKey(std::size_t gpu) { return fmt::format("{{4d36e968-e325-11ce-bfc1-08002be10318}}\\{:04}", gpu); }
 
-void AddToDesktop(Machine& machine, std::size_t gpu, const PCIPlace& pci) {
+void AddToDesktop(Machine& machine, std::size_t gpu, const PCIAddress& pci) {
   const std::string path =
       fmt::format(R"(System\CurrentControlSet\Control\Video\{{{:08X}-0000-0000-0000-000000000000}})", gpu);
   DesktopOutput output;
@@ -42,7 +42,7 @@ void AddToDesktop(Machine& machine, std::size_t gpu, const PCIPlace& pci) {
   machine.dxgi->push_back({description, {Output(gpu)}});
 }
 
-void AddToVendorLibraries(Machine& machine, std::size_t gpu, std::size_t gpus, const PCIPlace& pci) {
+void AddToVendorLibraries(Machine& machine, std::size_t gpu, std::size_t gpus, const PCIAddress& pci) {
   CUDADevice cuda{kName, kMemory, 8, 6, pci, {}};
   for (std::size_t peer = 0; peer < gpus; ++peer) {
     if (peer != gpu) cuda.peers.push_back(peer);
@@ -91,7 +91,7 @@ Machine NvidiaMachine(std::size_t gpus) {
   machine.nvapi.emplace().driver_version = 53741;
   machine.opencl.emplace().platforms.push_back({"NVIDIA CUDA", "OpenCL 3.0 CUDA 12.2.79", "", {}, {}, {}});
   for (std::size_t gpu = 0; gpu < gpus; ++gpu) {
-    const PCIPlace pci{static_cast<std::uint32_t>(gpu + 1), 0, 0};
+    const PCIAddress pci{static_cast<std::uint32_t>(gpu + 1), 0, 0};
     AddToDesktop(machine, gpu, pci);
     AddToVendorLibraries(machine, gpu, gpus, pci);
   }

@@ -3,7 +3,7 @@
 #include <CLI/CLI.hpp>
 
 #include "Commands.h"
-#include "Log.h"
+#include "Common/Log.h"
 #include "Version.h"
 
 namespace Vexil::Program {

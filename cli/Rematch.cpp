@@ -5,8 +5,9 @@
 
 #include "Commands.h"
 #include "DetectGPUWindows/Matching.h"
+#include "DetectGPUWindows/Monitors.h"
 #include "Json.h"
-#include "MatchedResults.h"
+#include "MainDisplayChoice.h"
 #include "TextTable.h"
 #include "Version.h"
 

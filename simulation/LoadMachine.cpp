@@ -109,7 +109,7 @@ struct MachineReader : JsonReader<MachineReader> {
   }
 
   /// "65:0.0", or without the function.
-  static void Read(const Place& from, PCIPlace& to) {
+  static void Read(const Place& from, PCIAddress& to) {
     std::string text;
     Read(from, text);
     char rest = 0;

@@ -17,7 +17,7 @@ namespace Vexil::Simulation {
 // What a machine's interfaces answer, as plain data. A library that is nothing is not installed; a number
 // that is nothing is one that the driver refuses to tell.
 
-struct PCIPlace {
+struct PCIAddress {
   std::uint32_t bus = 0;
   std::uint32_t device = 0;
   std::uint32_t function = 0;
@@ -34,7 +34,7 @@ struct DesktopOutput {
 struct ClassDevice {
   std::optional<std::string> driver_key;
   std::optional<std::uint64_t> luid;
-  std::optional<PCIPlace> pci;
+  std::optional<PCIAddress> pci;
 };
 
 struct GraphicsAdapter {
@@ -58,7 +58,7 @@ struct OpenCLDevice {
   bool is_gpu = true;
   std::optional<std::uint64_t> memory_bytes;
   std::optional<bool> unified_memory;
-  std::optional<PCIPlace> pci;
+  std::optional<PCIAddress> pci;
   std::uint32_t topology_type = 1;
   std::optional<std::string> board_name;
   std::optional<std::uint64_t> free_memory_kib;
@@ -86,7 +86,7 @@ struct CUDADevice {
   std::optional<std::uint64_t> memory_bytes;
   std::optional<std::int32_t> compute_major;
   std::optional<std::int32_t> compute_minor;
-  std::optional<PCIPlace> pci;
+  std::optional<PCIAddress> pci;
   std::vector<std::size_t> peers;  ///< Ordinals.
 };
 
@@ -96,12 +96,12 @@ struct CUDA : Library {
 };
 
 struct NvLink {
-  PCIPlace remote;
+  PCIAddress remote;
   std::optional<std::uint32_t> version;
 };
 
 struct NVMLDevice {
-  std::optional<PCIPlace> pci;
+  std::optional<PCIAddress> pci;
   std::optional<std::uint32_t> generation;
   std::optional<std::uint32_t> max_generation;
   std::optional<std::uint32_t> width;
@@ -124,7 +124,7 @@ struct NVAPIDeviceIDs {
 struct NVAPIGPU {
   std::string name;
   std::string vbios;
-  std::optional<PCIPlace> pci;
+  std::optional<PCIAddress> pci;
   std::optional<NVAPIDeviceIDs> ids;
   std::optional<std::uint32_t> width;
   std::optional<std::uint32_t> system_type;
@@ -151,7 +151,7 @@ struct ADLAdapter {
   std::string name;
   std::string display;
   std::int32_t vendor_id = 0x1002;
-  PCIPlace pci;
+  PCIAddress pci;
   std::string pnp;
   std::optional<std::int32_t> asic_types;
 };

@@ -43,7 +43,7 @@ int Refusal(const char* call, Device device, const NVMLDevice*& found, std::stri
   return found != nullptr ? kSuccess : kInvalidArgument;
 }
 
-void Write(const PCIPlace& from, PCIInfo* to) {
+void Write(const PCIAddress& from, PCIInfo* to) {
   *to = {};
   to->bus = from.bus;
   to->device = from.device;

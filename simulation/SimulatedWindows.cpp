@@ -78,11 +78,11 @@ namespace {
 constexpr const char* kRegistryProperty = "SetupDiGetDeviceRegistryProperty";
 constexpr const char* kProperty = "SetupDiGetDeviceProperty";
 
-std::optional<std::uint32_t> Bus(const std::optional<PCIPlace>& pci) {
+std::optional<std::uint32_t> Bus(const std::optional<PCIAddress>& pci) {
   return pci ? std::optional(pci->bus) : std::nullopt;
 }
 
-std::optional<std::uint32_t> DeviceAndFunction(const std::optional<PCIPlace>& pci) {
+std::optional<std::uint32_t> DeviceAndFunction(const std::optional<PCIAddress>& pci) {
   return pci ? std::optional(pci->device << 16 | pci->function) : std::nullopt;
 }
 

@@ -5,12 +5,12 @@
 #include <cstdlib>
 #include <utility>
 
-#include "Common/FirstMetOrder.h"
+#include "Common/InsertionOrderedMap.h"
 #include "Common/Limits.h"
+#include "Common/Log.h"
 #include "Common/Patterns.h"
 #include "Common/Text.h"
 #include "Common/Unknown.h"
-#include "Log.h"
 
 namespace Vexil {
 
@@ -80,7 +80,7 @@ bool AMDDisplayLibrary::EnumerateGPUs(std::vector<AMDDLGPUT>& gpus) {
   if (!ReadAdapters(adapters, primary_adapter)) return false;
 
   // The library lists a GPU once per output.
-  FirstMetOrder<std::pair<int, int>, AMDDLGPUT> gpu_at;
+  InsertionOrderedMap<std::pair<int, int>, AMDDLGPUT> gpu_at;
   for (const AdapterInfo& adapter : adapters) {
     if (!IsFromAMD(adapter)) continue;
     const std::pair location(adapter.iBusNumber, adapter.iDeviceNumber);
@@ -106,7 +106,7 @@ bool AMDDisplayLibrary::ReadAdapters(std::vector<AdapterInfo>& adapters, int& pr
   if (ADL_Adapter_Primary_Get && Succeeded(ADL_Adapter_Primary_Get(&primary))) primary_adapter = primary;
 
   // The buffer is as large as the library is told, so that it cannot write past it.
-  const bool credible = count > 0 && count <= static_cast<int>(kMostItems);
+  const bool credible = count > 0 && count <= static_cast<int>(kMaxItems);
   if (credible) {
     AdapterInfo empty = {};
     empty.iSize = sizeof(empty);

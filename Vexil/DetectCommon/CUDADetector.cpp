@@ -3,10 +3,10 @@
 #include <algorithm>
 
 #include "Common/Limits.h"
+#include "Common/Log.h"
 #include "Common/Text.h"
 #include "Common/Unknown.h"
 #include "DetectCommon/CUDADriverAPI.h"
-#include "Log.h"
 
 namespace Vexil {
 
@@ -74,7 +74,7 @@ std::vector<CUDAGPUT> GetCUDAGPUs() {
     LOG_ERROR("cuDeviceGetCount failed with {}", ErrorName(cuda, result));
     return {};
   }
-  count = std::min(count, static_cast<int>(kMostItems));
+  count = std::min(count, static_cast<int>(kMaxItems));
 
   std::vector<CUDAGPUT> gpus;
   for (int ordinal = 0; ordinal < count; ++ordinal) {

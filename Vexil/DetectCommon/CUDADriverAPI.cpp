@@ -1,6 +1,6 @@
 #include "DetectCommon/CUDADriverAPI.h"
 
-#include "Log.h"
+#include "Common/Log.h"
 
 namespace Vexil {
 

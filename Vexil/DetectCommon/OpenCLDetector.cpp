@@ -70,7 +70,7 @@ std::vector<std::uint64_t> GetAMDP2PDevices(const OpenCLLibrary& opencl, cl_devi
   if (!opencl.HasExtension(device, "cl_amd_copy_buffer_p2p")) return {};
   std::uint64_t count = 0;
   if (!opencl.GetDeviceInfo(device, kNumP2PDevicesAMD, count) || count == 0) return {};
-  std::vector<cl_device_id> peers(static_cast<std::size_t>(std::min<std::uint64_t>(count, kMostItems)), nullptr);
+  std::vector<cl_device_id> peers(static_cast<std::size_t>(std::min<std::uint64_t>(count, kMaxItems)), nullptr);
   const std::size_t size = peers.size() * sizeof(cl_device_id);
   if (opencl.clGetDeviceInfo(device, kP2PDevicesAMD, size, peers.data(), nullptr) != CL_SUCCESS) return {};
   peers.erase(std::remove(peers.begin(), peers.end(), nullptr), peers.end());

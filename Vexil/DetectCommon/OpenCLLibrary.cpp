@@ -28,7 +28,7 @@ template <typename Handle, typename Query>
 std::vector<Handle> QueryHandles(const Query& query) {
   cl_uint count = 0;
   if (query(0, nullptr, &count) != CL_SUCCESS || count == 0) return {};
-  std::vector<Handle> handles(std::min(count, kMostItems), nullptr);
+  std::vector<Handle> handles(std::min(count, kMaxItems), nullptr);
   if (query(static_cast<cl_uint>(handles.size()), handles.data(), nullptr) != CL_SUCCESS) return {};
   handles.erase(std::remove(handles.begin(), handles.end(), nullptr), handles.end());
   return handles;

@@ -73,7 +73,7 @@ PCILocation FindPCILocation(std::uint64_t luid) {
 }
 
 void AddOutputs(DXGIAdapter& adapter, DirectXGPUT& gpu) {
-  for (std::uint32_t index = 0; index < kMostItems; ++index) {
+  for (std::uint32_t index = 0; index < kMaxItems; ++index) {
     const auto output_name = adapter.OutputName(index);
     if (!output_name) return;
     gpu.output_names.push_back(*output_name);

@@ -1,11 +1,11 @@
 #include "DetectGPUWindows/DisplayDeviceDetector.h"
 
-#include "Common/FirstMetOrder.h"
+#include "Common/InsertionOrderedMap.h"
 #include "Common/Limits.h"
+#include "Common/Log.h"
 #include "Common/Patterns.h"
 #include "Common/Text.h"
 #include "DetectGPUWindows/Monitors.h"
-#include "Log.h"
 #include "Windows/DisplayClass.h"
 #include "Windows/DisplayDevices.h"
 #include "Windows/Registry.h"
@@ -21,7 +21,7 @@ bool HasFlag(const DisplayDevice& device, std::uint32_t flag) { return (device.s
 /// Visits every output of every adapter until `visit` returns false.
 template <typename Visit>
 void ForEachAdapterOutput(const Visit& visit) {
-  for (std::uint32_t index = 0; index < kMostItems; ++index) {
+  for (std::uint32_t index = 0; index < kMaxItems; ++index) {
     const auto output = GetAdapterOutput(index);
     if (!output || !visit(*output)) return;
   }
@@ -58,7 +58,7 @@ bool MakeGPU(const DisplayDevice& output, EnumDisplayDevicesGPUT& gpu) {
 }  // namespace
 
 std::vector<EnumDisplayDevicesGPUT> GetEnumDisplayDevicesGPUs() {
-  FirstMetOrder<std::string, EnumDisplayDevicesGPUT> gpu_with;
+  InsertionOrderedMap<std::string, EnumDisplayDevicesGPUT> gpu_with;
   ForEachAdapterOutput([&](const DisplayDevice& output) {
     const std::string key = BracedText(output.key);
     if (key.empty()) return true;

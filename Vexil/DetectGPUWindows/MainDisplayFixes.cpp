@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-#include "Log.h"
+#include "Common/Log.h"
 
 namespace Vexil {
 

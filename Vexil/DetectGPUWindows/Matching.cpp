@@ -6,10 +6,10 @@
 #include <memory>
 
 #include "Common/GPUID.h"
+#include "Common/Log.h"
 #include "Common/Naming.h"
 #include "Common/PCILocation.h"
 #include "DetectGPUWindows/MainDisplayFixes.h"
-#include "Log.h"
 
 namespace Vexil {
 
@@ -36,7 +36,7 @@ std::shared_ptr<Record> FindAt(const std::vector<std::shared_ptr<Record>>& recor
 
 /// The first entry at the place of a display source's record; null where either place is unknown.
 template <typename Record>
-MatchedGPUT* FindEntryAtPlaceOf(std::vector<MatchedGPUT>& matched, const Record& record) {
+MatchedGPUT* FindEntryAtLocationOf(std::vector<MatchedGPUT>& matched, const Record& record) {
   if (record.pci_bus == kUnknown || record.pci_device == kUnknown) return nullptr;
   const auto found = std::find_if(matched.begin(), matched.end(), [&](const MatchedGPUT& entry) {
     return IsAt(*entry.gpu, record.pci_bus, record.pci_device);
@@ -127,7 +127,7 @@ bool SharesDisplay(const MatchedGPUT& entry, const DirectXGPUT& directx) {
 /// The entry that a DirectX adapter belongs to, made where only DirectX knows the GPU; null where the
 /// adapter's vendor should have named it.
 MatchedGPUT* FindOrAppendDirectX(const DirectXGPUT& directx, std::vector<MatchedGPUT>& matched) {
-  if (MatchedGPUT* entry = FindEntryAtPlaceOf(matched, directx)) return entry;
+  if (MatchedGPUT* entry = FindEntryAtLocationOf(matched, directx)) return entry;
   const auto by_display = std::find_if(matched.begin(), matched.end(),
                                        [&](const MatchedGPUT& entry) { return SharesDisplay(entry, directx); });
   if (by_display != matched.end()) return &*by_display;
@@ -187,7 +187,7 @@ void AttachOpenCL(const DetectorsOutputT& detectors, MatchedGPUT& entry) {
 
 void AttachWin32(const DetectorsOutputT& detectors, std::vector<MatchedGPUT>& matched) {
   for (const auto& win32 : detectors.win32) {
-    if (MatchedGPUT* entry = FindEntryAtPlaceOf(matched, *win32)) entry->win32 = win32;
+    if (MatchedGPUT* entry = FindEntryAtLocationOf(matched, *win32)) entry->win32 = win32;
   }
 }
 

@@ -11,7 +11,7 @@ void AddMonitorsOn(const std::string& output_name, bool is_main,
                    std::vector<std::shared_ptr<FlatBuffers::MonitorT>>& monitors) {
   // Without a name Windows would list the adapters instead.
   if (output_name.empty()) return;
-  for (std::uint32_t index = 0; index < kMostItems; ++index) {
+  for (std::uint32_t index = 0; index < kMaxItems; ++index) {
     const auto device = GetMonitorOn(output_name, index);
     if (!device) return;
     auto monitor = std::make_shared<FlatBuffers::MonitorT>();
@@ -25,6 +25,12 @@ void AddMonitorsOn(const std::string& output_name, bool is_main,
     monitor->monitor_id = TextInBraces(device->key);
     monitor->device_name = device->name;
     monitors.push_back(std::move(monitor));
+  }
+}
+
+void NameMonitors(std::vector<FlatBuffers::MonitorT>& monitors) {
+  for (FlatBuffers::MonitorT& monitor : monitors) {
+    if (monitor.name.empty()) monitor.name = "Monitor";
   }
 }
 

@@ -12,4 +12,7 @@ namespace Vexil {
 void AddMonitorsOn(const std::string& output_name, bool is_main,
                    std::vector<std::shared_ptr<FlatBuffers::MonitorT>>& monitors);
 
+/// Calls the monitors that have no name "Monitor".
+void NameMonitors(std::vector<FlatBuffers::MonitorT>& monitors);
+
 }  // namespace Vexil

@@ -3,9 +3,9 @@
 #include <algorithm>
 
 #include "Common/Limits.h"
+#include "Common/Log.h"
 #include "Common/Text.h"
 #include "Common/Unknown.h"
-#include "Log.h"
 
 namespace Vexil {
 
@@ -65,7 +65,7 @@ std::vector<NVMLGPUT> NVML::GetGPUs() {
   if (ToField(count) < 0) return {};
 
   std::vector<NVMLGPUT> gpus;
-  for (unsigned index = 0; index < std::min(count, kMostItems); ++index) {
+  for (unsigned index = 0; index < std::min(count, kMaxItems); ++index) {
     nvmlDevice_t device = nullptr;
     NVMLGPUT gpu;
     if (!Success(nvmlDeviceGetHandleByIndex(index, &device), "Obtaining device handle")) continue;
@@ -101,7 +101,7 @@ void NVML::ReadNvLinks(nvmlDevice_t device, NVMLGPUT& gpu) const {
   if (!nvmlDeviceGetNvLinkRemotePciInfo) return;
   // Asked past the last link, NVML fails: that is how the links are counted, not an error.
   nvmlPciInfo_t remote = {};
-  for (unsigned link = 0; link < kMostItems; ++link) {
+  for (unsigned link = 0; link < kMaxItems; ++link) {
     if (nvmlDeviceGetNvLinkRemotePciInfo(device, link, &remote) != NVML_SUCCESS) return;
     gpu.nvlink_remote_pci_buses.push_back(ToField(remote.bus));
     gpu.nvlink_remote_pci_devices.push_back(ToField(remote.device));

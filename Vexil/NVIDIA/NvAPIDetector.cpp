@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <string>
 
-#include "Common/FirstMetOrder.h"
+#include "Common/InsertionOrderedMap.h"
 #include "Common/Limits.h"
 #include "Common/Text.h"
 #include "Common/Unknown.h"
@@ -42,7 +42,7 @@ class DisplayTable {
   const std::vector<std::string>& NamesOf(NvPhysicalGpuHandle gpu) { return m_names[gpu]; }
 
  private:
-  FirstMetOrder<NvPhysicalGpuHandle, std::vector<std::string>> m_names;
+  InsertionOrderedMap<NvPhysicalGpuHandle, std::vector<std::string>> m_names;
 };
 
 template <typename Handle, typename Query>
@@ -60,7 +60,7 @@ void ReadNumber(const Query& query, NvPhysicalGpuHandle gpu, std::int32_t& field
 }
 
 void AddAttachedDisplays(DisplayTable& displays) {
-  for (NvU32 index = 0; index < kMostItems; ++index) {
+  for (NvU32 index = 0; index < kMaxItems; ++index) {
     NvDisplayHandle display = nullptr;
     if (NvAPI_EnumNvidiaDisplayHandle(index, &display) != NVAPI_OK) return;
     std::string name;
@@ -76,7 +76,7 @@ void AddAttachedDisplays(DisplayTable& displays) {
 }
 
 void AddUnattachedDisplays(DisplayTable& displays) {
-  for (NvU32 index = 0; index < kMostItems; ++index) {
+  for (NvU32 index = 0; index < kMaxItems; ++index) {
     NvUnAttachedDisplayHandle display = nullptr;
     if (NvAPI_EnumNvidiaUnAttachedDisplayHandle(index, &display) != NVAPI_OK) return;
     std::string name;

@@ -60,7 +60,7 @@ void ForEachDXGIAdapter(const std::function<void(std::uint32_t index, DXGIAdapte
   ComPtr<IDXGIFactory2> factory;
   CreateDXGIFactory(IID_PPV_ARGS(&factory));
   if (factory == nullptr) return;
-  for (std::uint32_t index = 0; index < kMostItems; ++index) {
+  for (std::uint32_t index = 0; index < kMaxItems; ++index) {
     ComPtr<IDXGIAdapter1> adapter;
     if (FAILED(factory->EnumAdapters1(index, &adapter)) || adapter == nullptr) return;
     ComPtr<IDXGIAdapter2> adapter2;

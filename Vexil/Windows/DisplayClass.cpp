@@ -59,7 +59,7 @@ DisplayClassDevices::DisplayClassDevices() : m_walk(std::make_unique<Walk>()) {}
 DisplayClassDevices::~DisplayClassDevices() = default;
 
 bool DisplayClassDevices::Next() {
-  if (m_walk->list == INVALID_HANDLE_VALUE || m_walk->next >= kMostItems) return false;
+  if (m_walk->list == INVALID_HANDLE_VALUE || m_walk->next >= kMaxItems) return false;
   m_walk->device = {};
   m_walk->device.cbSize = sizeof(m_walk->device);
   return SetupDiEnumDeviceInfo(m_walk->list, m_walk->next++, &m_walk->device) != FALSE;

@@ -124,10 +124,10 @@ class Generator {
     return Chance(90) ? OneOf(kDisplays) : Text();
   }
 
-  PCIPlace Place() {
-    constexpr std::array<PCIPlace, 6> kPlaces = {
+  PCIAddress Place() {
+    constexpr std::array<PCIAddress, 6> kPlaces = {
         {{0, 2, 0}, {1, 0, 0}, {65, 0, 0}, {256, 0, 0}, {kAllBits, kAllBits, kAllBits}, {1, kAllBits, 0}}};
-    return Chance(90) ? OneOf(kPlaces) : PCIPlace{Number32(), Number32(), Number32()};
+    return Chance(90) ? OneOf(kPlaces) : PCIAddress{Number32(), Number32(), Number32()};
   }
 
   std::size_t Index() { return Below(6); }

@@ -5,7 +5,7 @@
 
 #include "Common/Text.h"
 #include "MachineTest.h"
-#include "MatchedResults.h"
+#include "MainDisplayChoice.h"
 
 namespace Vexil::Tests {
 namespace {

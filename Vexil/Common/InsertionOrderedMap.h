@@ -9,7 +9,7 @@ namespace Vexil {
 /// A small map that iterates in the order in which its keys were first met, on every standard library.
 /// A machine has a handful of GPUs, so looking through them in a row is as fast as hashing.
 template <typename Key, typename Value>
-class FirstMetOrder {
+class InsertionOrderedMap {
  public:
   Value* Find(const Key& key) {
     const auto entry = std::find_if(m_entries.begin(), m_entries.end(), [&](const auto& e) { return e.first == key; });

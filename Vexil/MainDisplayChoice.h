@@ -7,13 +7,7 @@
 
 namespace Vexil {
 
-// What a run settles after matching, before it stores the results.
-
 /// Sees to it that one GPU drives the main display, and returns its identifier. There must be a GPU.
 std::string ChooseMainDisplayGPU(const std::vector<FlatBuffers::MatchedGPUT>& matched,
                                  const std::vector<FlatBuffers::MonitorT>& monitors);
-
-/// Calls the monitors that have no name "Monitor".
-void NameMonitors(std::vector<FlatBuffers::MonitorT>& monitors);
-
 }  // namespace Vexil

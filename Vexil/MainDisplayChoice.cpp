@@ -1,8 +1,8 @@
-#include "MatchedResults.h"
+#include "MainDisplayChoice.h"
 
 #include <algorithm>
 
-#include "Log.h"
+#include "Common/Log.h"
 
 namespace Vexil {
 
@@ -51,12 +51,6 @@ std::string ChooseMainDisplayGPU(const std::vector<MatchedGPUT>& matched, const 
     LOG_ERROR("No Main Display GPU found and no monitors found to match, defaulting to {}.", id);
   }
   return id;
-}
-
-void NameMonitors(std::vector<MonitorT>& monitors) {
-  for (MonitorT& monitor : monitors) {
-    if (monitor.name.empty()) monitor.name = "Monitor";
-  }
 }
 
 }  // namespace Vexil

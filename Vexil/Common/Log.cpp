@@ -1,4 +1,4 @@
-#include "Log.h"
+#include "Common/Log.h"
 
 #include <log4cxx/helpers/properties.h>
 #include <log4cxx/level.h>
