@@ -1,6 +1,9 @@
 #include "Common/Patterns.h"
 
 #include <algorithm>
+#include <charconv>
+#include <stdexcept>
+#include <system_error>
 
 namespace Vexil {
 namespace {
@@ -74,6 +77,14 @@ std::size_t CoreCountLengthAt(std::string_view text) {
   return text.size() - scanner.Rest().size();
 }
 
+int ToInt(std::string_view digits) {
+  int number = 0;
+  if (std::from_chars(digits.data(), digits.data() + digits.size(), number).ec != std::errc()) {
+    throw std::out_of_range("stoi argument out of range");
+  }
+  return number;
+}
+
 }  // namespace
 
 std::string BracedText(std::string_view text) { return std::string(FindBraced(text)); }
@@ -91,7 +102,7 @@ std::optional<std::vector<int>> FindVersion(std::string_view text, std::size_t n
     const auto digits = VersionAt(text.substr(start), numbers, prefix);
     if (!digits) continue;
     std::vector<int> version;
-    for (const std::string_view number : *digits) version.push_back(std::stoi(std::string(number)));
+    for (const std::string_view number : *digits) version.push_back(ToInt(number));
     return version;
   }
   return std::nullopt;

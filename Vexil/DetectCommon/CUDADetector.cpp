@@ -98,17 +98,19 @@ std::vector<CUDAGPUT> GetCUDAGPUs() {
 }
 
 bool GetCUDADriverVersion(std::int32_t& major, std::int32_t& minor) {
-  if (cached_major == kUnknown || cached_minor == kUnknown) {
-    CUDADriverAPI cuda;
-    int version = 0;
-    if (cuda.Initialize() && cuda.cuDriverGetVersion(&version) == CUDA_SUCCESS && version != 0) {
-      cached_major = version / 1000;
-      cached_minor = version % 100 / 10;
-    }
+  major = kUnknown;
+  minor = kUnknown;
+  if (cached_major != kUnknown && cached_minor != kUnknown) {
+    major = cached_major;
+    minor = cached_minor;
+    return true;
   }
-  major = cached_major;
-  minor = cached_minor;
-  return major != kUnknown && minor != kUnknown;
+  CUDADriverAPI cuda;
+  int version = 0;
+  if (!cuda.Initialize() || cuda.cuDriverGetVersion(&version) != CUDA_SUCCESS || version == 0) return false;
+  major = cached_major = version / 1000;
+  minor = cached_minor = version % 100 / 10;
+  return true;
 }
 
 }  // namespace Vexil

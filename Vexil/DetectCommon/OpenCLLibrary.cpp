@@ -1,8 +1,8 @@
 #include "DetectCommon/OpenCLLibrary.h"
 
 #include <algorithm>
-#include <atomic>
 
+#include "Common/LibraryKeeper.h"
 #include "Common/Limits.h"
 #include "Common/Naming.h"
 #include "Common/Text.h"
@@ -38,8 +38,8 @@ std::vector<Handle> QueryHandles(const Query& query) {
 
 bool OpenCLLibrary::Initialize() {
   if (!Open(kFileName) || Resolve() != nullptr) return false;
-  static std::atomic<bool> is_kept = false;
-  if (!is_kept.exchange(true)) OpenLibrary(kFileName);
+  static LibraryKeeper keeper;
+  keeper.Keep(kFileName);
   return true;
 }
 

@@ -2,6 +2,8 @@
 
 #include <unordered_map>
 
+#include "Common/LibraryKeeper.h"
+
 namespace Vexil {
 namespace {
 
@@ -15,6 +17,7 @@ struct Loader {
   void* (*query_interface)(std::uint32_t id) = nullptr;
   std::unordered_map<std::uint32_t, Symbol> functions;
   unsigned users = 0;
+  LibraryKeeper keeper;
 
   Symbol Find(std::uint32_t id);
   NvAPI_Status CallByID(std::uint32_t id);
@@ -53,6 +56,7 @@ NvAPI_Status Loader::Start() {
   const NvAPI_Status status = can_stop ? CallByID(kInitializeID) : NVAPI_NO_IMPLEMENTATION;
   if (status == NVAPI_OK) {
     ++users;
+    keeper.Keep(kNvAPIFileName);
   } else if (users == 0) {
     Close();
   }

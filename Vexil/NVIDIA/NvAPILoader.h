@@ -16,7 +16,7 @@ inline constexpr NvAPI_Status NVAPI_API_NOT_INITIALIZED = -4;
 inline constexpr const char* kNvAPIFileName = "nvapi64.dll";
 
 /// Loads the library and starts it. Each success is to be paired with an NvAPI_Unload; the last of
-/// these closes the library.
+/// these closes the library, whose code stays for the handles that records hold.
 NvAPI_Status NvAPI_Initialize();
 NvAPI_Status NvAPI_Unload();
 

@@ -132,17 +132,18 @@ class HostileDrivers : public testing::Test {
     return packed;
   }
 
-  /// OpenCL stays open from its first use on.
-  std::map<std::string, int> m_may_stay_open = {{"OpenCL.dll", 1}};
+  /// OpenCL and NVAPI stay open from their first use on.
+  std::map<std::string, int> m_may_stay_open = {{"OpenCL.dll", 1}, {"nvapi64.dll", 1}};
   std::shared_ptr<LogCapture> m_log = LogCapture::Start();
 };
 
 // VEXIL_HOSTILE_SEED=n VEXIL_HOSTILE_MACHINES=1 runs one machine again.
 TEST_F(HostileDrivers, LeaveTheResultsSound) {
   TellSeedAtDeath();
-  // The first use of OpenCL differs from all others.
-  Simulation::SetMachine(LoadTestMachine("intel-only"));
+  // The first use of OpenCL and NVAPI differs from all others.
+  Simulation::SetMachine(LoadTestMachine("five-gpus"));
   TestDetector().Detect({});
+  EndProcess();
 
   const std::uint64_t first = Setting("VEXIL_HOSTILE_SEED", 1);
   const std::uint64_t machines = Setting("VEXIL_HOSTILE_MACHINES", 2000);

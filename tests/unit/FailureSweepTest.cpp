@@ -70,7 +70,7 @@ class FailureSweep : public MachineTest {
 TEST_F(FailureSweep, EachCallCostsOnlyWhatItWouldHaveTold) {
   Detect(0);
   const auto sound = PackSources(m_buffer);
-  // OpenCL, for the life of the process; later also an AMD Display Library that would not start.
+  // OpenCL and NVAPI, for the life of the process; later also an AMD Display Library that would not start.
   auto may_stay_open = Observed().open;
   std::uint64_t call = 1;
   for (std::string failed; !(failed = Detect(call)).empty(); ++call) {
