@@ -207,12 +207,13 @@ struct MachineReader : JsonReader<MachineReader> {
                 to.extensions, "gpu", to.is_gpu, "memory_mib", MiB{to.memory_bytes}, "unified_memory",
                 to.unified_memory, "pci", to.pci, "topology_type", to.topology_type, "board_name", to.board_name,
                 "free_memory_kib", to.free_memory_kib, "peers", to.peers, "claimed_peers", to.peer_count, "dxgi_luid",
-                to.luid);
+                to.luid, "claimed_text_size", to.claimed_text_size);
   }
 
   static void Read(const Place& from, OpenCLPlatform& to) {
     ReadMembers(from, "name", to.name, "version", to.version, "extensions", to.extensions, "device_vendor",
-                to.device_vendor, "claimed_count", to.claimed_count, "devices", to.devices);
+                to.device_vendor, "claimed_count", to.claimed_count, "devices", to.devices, "claimed_text_size",
+                to.claimed_text_size);
   }
 
   /// A vendor's library: what all of them have, and its own members.
@@ -236,7 +237,8 @@ struct MachineReader : JsonReader<MachineReader> {
 
   static void Read(const Place& from, NVMLDevice& to) {
     ReadMembers(from, "pci", to.pci, "pcie_generation", to.generation, "pcie_max_generation", to.max_generation,
-                "pcie_width", to.width, "pcie_max_width", to.max_width, "vbios", to.vbios, "nvlinks", to.links);
+                "pcie_width", to.width, "pcie_max_width", to.max_width, "vbios", to.vbios, "nvlinks", to.links,
+                "endless_nvlinks", to.has_endless_links);
   }
 
   static void Read(const Place& from, NVML& to) { ReadLibrary(from, to, "devices", to.devices); }
@@ -255,12 +257,13 @@ struct MachineReader : JsonReader<MachineReader> {
 
   static void Read(const Place& from, NVAPIDisplay& to) {
     Display display;
-    ReadMembers(from, "display", display, "attached", to.attached, "gpus", to.gpus);
+    ReadMembers(from, "display", display, "attached", to.attached, "gpus", to.gpus, "claimed_gpus", to.claimed_gpus);
     to.name = display.name;
   }
 
   static void Read(const Place& from, NVAPI& to) {
-    ReadLibrary(from, to, "driver_version", to.driver_version, "gpus", to.gpus, "displays", to.displays);
+    ReadLibrary(from, to, "driver_version", to.driver_version, "gpus", to.gpus, "displays", to.displays,
+                "endless_displays", to.has_endless_displays);
   }
 
   static void Read(const Place& from, ADLAdapter& to) {
@@ -277,7 +280,7 @@ struct MachineReader : JsonReader<MachineReader> {
 
   static void Read(const Place& from, Failure& to) {
     if (from.json.is_string()) return Read(from, to.call);
-    ReadMembers(from, "call", to.call, "device", to.device);
+    ReadMembers(from, "call", to.call, "device", to.device, "status", to.status, "writes", to.writes);
   }
 
   static void Read(const Place& from, Machine& to) {

@@ -65,6 +65,8 @@ struct OpenCLDevice {
   std::vector<std::size_t> peers;  ///< Places in the platform's list.
   std::optional<std::uint64_t> peer_count;
   std::optional<std::uint64_t> luid;  ///< Of the DXGI adapter with which it shares.
+  /// Bytes that it says each of its texts has.
+  std::optional<std::uint64_t> claimed_text_size = {};
 };
 
 struct OpenCLPlatform {
@@ -75,6 +77,7 @@ struct OpenCLPlatform {
   std::optional<std::string> device_vendor;
   std::optional<std::int64_t> claimed_count;
   std::vector<OpenCLDevice> devices;
+  std::optional<std::uint64_t> claimed_text_size = {};
 };
 
 struct OpenCL : Library {
@@ -108,6 +111,8 @@ struct NVMLDevice {
   std::optional<std::uint32_t> max_width;
   std::optional<std::string> vbios;
   std::vector<NvLink> links;
+  /// Links of every number answer, as these do over and over.
+  bool has_endless_links = false;
 };
 
 struct NVML : Library {
@@ -137,12 +142,15 @@ struct NVAPIDisplay {
   std::string name;
   bool attached = true;
   std::vector<std::size_t> gpus;  ///< Places in the list of GPUs.
+  std::optional<std::int64_t> claimed_gpus = {};
 };
 
 struct NVAPI : Library {
   std::uint32_t driver_version = 0;
   std::vector<NVAPIGPU> gpus;
   std::vector<NVAPIDisplay> displays;
+  /// Listing displays of either kind never ends: they come over and over.
+  bool has_endless_displays = false;
 };
 
 /// One output of an AMD card.
@@ -168,6 +176,10 @@ struct Failure {
   std::string call;
   /// On this device only.
   std::optional<std::int64_t> device;
+  /// What the call returns, where that is not the library's usual error. 0 is success all the same.
+  std::optional<std::int32_t> status = {};
+  /// The call answers before it fails.
+  bool writes = false;
 };
 
 struct Machine {

@@ -123,13 +123,13 @@ const SimulatedLibrary& SimulatedADL() {
   static const SimulatedLibrary library = {
       kName,
       [] { return Installed(TheMachine().adl); },
-      {{"ADL_Main_Control_Create", ToSymbol(ADL_Main_Control_Create)},
-       {"ADL_Main_Control_Destroy", ToSymbol(ADL_Main_Control_Destroy)},
-       {"ADL_Adapter_NumberOfAdapters_Get", ToSymbol(ADL_Adapter_NumberOfAdapters_Get)},
-       {"ADL_Adapter_AdapterInfo_Get", ToSymbol(ADL_Adapter_AdapterInfo_Get)},
-       {"ADL_Adapter_ASICFamilyType_Get", ToSymbol(ADL_Adapter_ASICFamilyType_Get)},
-       {"ADL_Graphics_Versions_Get", ToSymbol(ADL_Graphics_Versions_Get)},
-       {"ADL_Adapter_Primary_Get", ToSymbol(ADL_Adapter_Primary_Get)}}};
+      {{"ADL_Main_Control_Create", ToSymbol<ADL_Main_Control_Create>()},
+       {"ADL_Main_Control_Destroy", ToSymbol<ADL_Main_Control_Destroy>()},
+       {"ADL_Adapter_NumberOfAdapters_Get", ToSymbol<ADL_Adapter_NumberOfAdapters_Get>()},
+       {"ADL_Adapter_AdapterInfo_Get", ToSymbol<ADL_Adapter_AdapterInfo_Get>()},
+       {"ADL_Adapter_ASICFamilyType_Get", ToSymbol<ADL_Adapter_ASICFamilyType_Get>()},
+       {"ADL_Graphics_Versions_Get", ToSymbol<ADL_Graphics_Versions_Get>()},
+       {"ADL_Adapter_Primary_Get", ToSymbol<ADL_Adapter_Primary_Get>()}}};
   return library;
 }
 

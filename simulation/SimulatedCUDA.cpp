@@ -98,15 +98,15 @@ int cuDriverGetVersion(int* version) {
 const SimulatedLibrary& SimulatedCUDA() {
   static const SimulatedLibrary library = {"nvcuda.dll",
                                            [] { return Installed(TheMachine().cuda); },
-                                           {{"cuInit", ToSymbol(cuInit)},
-                                            {"cuDeviceGetCount", ToSymbol(cuDeviceGetCount)},
-                                            {"cuDeviceGet", ToSymbol(cuDeviceGet)},
-                                            {"cuDeviceGetAttribute", ToSymbol(cuDeviceGetAttribute)},
-                                            {"cuDeviceGetName", ToSymbol(cuDeviceGetName)},
-                                            {"cuDeviceTotalMem_v2", ToSymbol(cuDeviceTotalMem_v2)},
-                                            {"cuDeviceCanAccessPeer", ToSymbol(cuDeviceCanAccessPeer)},
-                                            {"cuGetErrorName", ToSymbol(cuGetErrorName)},
-                                            {"cuDriverGetVersion", ToSymbol(cuDriverGetVersion)}}};
+                                           {{"cuInit", ToSymbol<cuInit>()},
+                                            {"cuDeviceGetCount", ToSymbol<cuDeviceGetCount>()},
+                                            {"cuDeviceGet", ToSymbol<cuDeviceGet>()},
+                                            {"cuDeviceGetAttribute", ToSymbol<cuDeviceGetAttribute>()},
+                                            {"cuDeviceGetName", ToSymbol<cuDeviceGetName>()},
+                                            {"cuDeviceTotalMem_v2", ToSymbol<cuDeviceTotalMem_v2>()},
+                                            {"cuDeviceCanAccessPeer", ToSymbol<cuDeviceCanAccessPeer>()},
+                                            {"cuGetErrorName", ToSymbol<cuGetErrorName>()},
+                                            {"cuDriverGetVersion", ToSymbol<cuDriverGetVersion>()}}};
   return library;
 }
 

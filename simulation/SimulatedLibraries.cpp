@@ -1,13 +1,26 @@
 #include "SimulatedLibraries.h"
 
+#include <utility>
+
 namespace Vexil {
 
 using namespace Simulation;
 
+namespace {
+thread_local std::optional<int> t_status;
+}
+
+std::optional<int> Simulation::TakeStatus() { return std::exchange(t_status, std::nullopt); }
+
 bool Simulation::EntryFails(const SimulatedLibrary& library, std::string_view call, std::string_view parameter,
                             std::int64_t device) {
   if (Observed().open.at(library.file_name) <= 0) ReportMisuse(std::string(call) + " of a closed library");
-  return CallFails(call, parameter, device) || library.installed() == nullptr;
+  const std::optional<Failure> failure = FailureOf(call, parameter, device);
+  if (library.installed() == nullptr) return true;
+  if (!failure) return false;
+  constexpr int kSomeError = -1;
+  t_status = failure->writes ? failure->status.value_or(kSomeError) : failure->status;
+  return !failure->writes;
 }
 
 void* OpenLibrary(const char* file_name) {

@@ -1,8 +1,11 @@
 #pragma once
 
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
+#include <type_traits>
+#include <vector>
 
 #include "Common/OpenLibrary.h"
 #include "Simulation.h"
@@ -20,7 +23,8 @@ struct SimulatedLibrary {
   std::map<std::string, Symbol> exports;
 };
 
-/// Every entry point passes here first. True when it has to fail.
+/// Every entry point passes here first. True when it has to fail at once; what it then returns, or returns
+/// in the end, is replaced where the machine has another status for it.
 bool EntryFails(const SimulatedLibrary& library, std::string_view call, std::string_view parameter = {},
                 std::int64_t device = kNoDevice);
 
@@ -30,9 +34,28 @@ const SimulatedLibrary& SimulatedNVML();
 const SimulatedLibrary& SimulatedNVAPI();
 const SimulatedLibrary& SimulatedADL();
 
-template <typename Function>
-Symbol ToSymbol(Function* function) {
-  return reinterpret_cast<Symbol>(function);
+/// The status with which the machine wants this thread's call to fail, if it does; asking forgets it.
+std::optional<int> TakeStatus();
+
+template <typename Result, typename... Arguments>
+struct StatusReplaced {
+  /// The entry point as its callers see it.
+  template <Result (*entry)(Arguments...)>
+  static Result Call(Arguments... arguments) {
+    const Result result = entry(arguments...);
+    const std::optional<int> status = TakeStatus();
+    if constexpr (std::is_same_v<Result, int>) return status.value_or(result);
+    return result;
+  }
+};
+
+template <typename Result, typename... Arguments>
+StatusReplaced<Result, Arguments...> ReplacementFor(Result (*)(Arguments...));
+
+/// An entry point for the library's table.
+template <auto entry>
+Symbol ToSymbol() {
+  return reinterpret_cast<Symbol>(decltype(ReplacementFor(entry))::template Call<entry>);
 }
 
 template <typename Section>

@@ -62,6 +62,7 @@ int nvmlShutdown() {
 }
 
 const char* nvmlErrorString(int result) {
+  if (EntryFails(SimulatedNVML(), "nvmlErrorString")) return nullptr;
   return result == kNotSupported ? "Not Supported" : result == kUnknownError ? "Unknown Error" : "Invalid Argument";
 }
 
@@ -112,12 +113,17 @@ int nvmlDeviceGetMaxPcieLinkWidth(Device device, unsigned* value) {
   return TellNumber("nvmlDeviceGetMaxPcieLinkWidth", device, &NVMLDevice::max_width, value);
 }
 
+const NvLink* FindLink(const NVMLDevice& device, std::size_t link) {
+  const bool is_repeated = device.has_endless_links && !device.links.empty();
+  return At(device.links, static_cast<std::int64_t>(is_repeated ? link % device.links.size() : link));
+}
+
 int nvmlDeviceGetNvLinkRemotePciInfo_v2(Device device, unsigned link, PCIInfo* info) {
   const NVMLDevice* found = nullptr;
   if (const int refusal = Refusal("nvmlDeviceGetNvLinkRemotePciInfo_v2", device, found, std::to_string(link))) {
     return refusal;
   }
-  const NvLink* there = At(found->links, link);
+  const NvLink* there = FindLink(*found, link);
   if (there == nullptr) return kInvalidArgument;
   Write(there->remote, info);
   return kSuccess;
@@ -126,7 +132,7 @@ int nvmlDeviceGetNvLinkRemotePciInfo_v2(Device device, unsigned link, PCIInfo* i
 int nvmlDeviceGetNvLinkVersion(Device device, unsigned link, unsigned* version) {
   const NVMLDevice* found = nullptr;
   if (const int refusal = Refusal("nvmlDeviceGetNvLinkVersion", device, found, std::to_string(link))) return refusal;
-  const NvLink* there = At(found->links, link);
+  const NvLink* there = FindLink(*found, link);
   if (there == nullptr || !there->version) return kNotSupported;
   *version = *there->version;
   return kSuccess;
@@ -146,20 +152,20 @@ const SimulatedLibrary& SimulatedNVML() {
   static const SimulatedLibrary library = {
       kName,
       [] { return Installed(TheMachine().nvml); },
-      {{"nvmlInit_v2", ToSymbol(nvmlInit_v2)},
-       {"nvmlShutdown", ToSymbol(nvmlShutdown)},
-       {"nvmlErrorString", ToSymbol(nvmlErrorString)},
-       {"nvmlSystemGetDriverVersion", ToSymbol(nvmlSystemGetDriverVersion)},
-       {"nvmlDeviceGetCount_v2", ToSymbol(nvmlDeviceGetCount_v2)},
-       {"nvmlDeviceGetHandleByIndex_v2", ToSymbol(nvmlDeviceGetHandleByIndex_v2)},
-       {"nvmlDeviceGetPciInfo_v3", ToSymbol(nvmlDeviceGetPciInfo_v3)},
-       {"nvmlDeviceGetCurrPcieLinkGeneration", ToSymbol(nvmlDeviceGetCurrPcieLinkGeneration)},
-       {"nvmlDeviceGetMaxPcieLinkGeneration", ToSymbol(nvmlDeviceGetMaxPcieLinkGeneration)},
-       {"nvmlDeviceGetCurrPcieLinkWidth", ToSymbol(nvmlDeviceGetCurrPcieLinkWidth)},
-       {"nvmlDeviceGetMaxPcieLinkWidth", ToSymbol(nvmlDeviceGetMaxPcieLinkWidth)},
-       {"nvmlDeviceGetNvLinkRemotePciInfo_v2", ToSymbol(nvmlDeviceGetNvLinkRemotePciInfo_v2)},
-       {"nvmlDeviceGetNvLinkVersion", ToSymbol(nvmlDeviceGetNvLinkVersion)},
-       {"nvmlDeviceGetVbiosVersion", ToSymbol(nvmlDeviceGetVbiosVersion)}}};
+      {{"nvmlInit_v2", ToSymbol<nvmlInit_v2>()},
+       {"nvmlShutdown", ToSymbol<nvmlShutdown>()},
+       {"nvmlErrorString", ToSymbol<nvmlErrorString>()},
+       {"nvmlSystemGetDriverVersion", ToSymbol<nvmlSystemGetDriverVersion>()},
+       {"nvmlDeviceGetCount_v2", ToSymbol<nvmlDeviceGetCount_v2>()},
+       {"nvmlDeviceGetHandleByIndex_v2", ToSymbol<nvmlDeviceGetHandleByIndex_v2>()},
+       {"nvmlDeviceGetPciInfo_v3", ToSymbol<nvmlDeviceGetPciInfo_v3>()},
+       {"nvmlDeviceGetCurrPcieLinkGeneration", ToSymbol<nvmlDeviceGetCurrPcieLinkGeneration>()},
+       {"nvmlDeviceGetMaxPcieLinkGeneration", ToSymbol<nvmlDeviceGetMaxPcieLinkGeneration>()},
+       {"nvmlDeviceGetCurrPcieLinkWidth", ToSymbol<nvmlDeviceGetCurrPcieLinkWidth>()},
+       {"nvmlDeviceGetMaxPcieLinkWidth", ToSymbol<nvmlDeviceGetMaxPcieLinkWidth>()},
+       {"nvmlDeviceGetNvLinkRemotePciInfo_v2", ToSymbol<nvmlDeviceGetNvLinkRemotePciInfo_v2>()},
+       {"nvmlDeviceGetNvLinkVersion", ToSymbol<nvmlDeviceGetNvLinkVersion>()},
+       {"nvmlDeviceGetVbiosVersion", ToSymbol<nvmlDeviceGetVbiosVersion>()}}};
   return library;
 }
 

@@ -77,13 +77,14 @@ int EnumPhysicalGPUs(Handle* gpus, Number* count) {
 
 int EnumDisplays(const char* call, bool attached, Number index, Handle* display) {
   if (const int refusal = Refusal(call, index)) return refusal;
-  const auto& displays = TheMachine().nvapi->displays;
-  for (std::size_t place = 0; place < displays.size(); ++place) {
-    if (displays[place].attached != attached || index-- > 0) continue;
-    *display = reinterpret_cast<Handle>(kFirstDisplay + place);
-    return kOK;
+  const NVAPI& nvapi = *TheMachine().nvapi;
+  std::vector<Handle> found;
+  for (std::size_t place = 0; place < nvapi.displays.size(); ++place) {
+    if (nvapi.displays[place].attached == attached) found.push_back(reinterpret_cast<Handle>(kFirstDisplay + place));
   }
-  return kEndEnumeration;
+  if (found.empty() || (index >= found.size() && !nvapi.has_endless_displays)) return kEndEnumeration;
+  *display = found[index % found.size()];
+  return kOK;
 }
 
 int EnumDisplayHandle(Number index, Handle* display) {
@@ -112,8 +113,8 @@ int GetUnAttachedAssociatedDisplayName(Handle display, ShortString name) {
 int GetPhysicalGPUsFromDisplay(Handle display, Handle* gpus, Number* count) {
   const NVAPIDisplay* found = nullptr;
   if (const int refusal = Refusal("NvAPI_GetPhysicalGPUsFromDisplay", display, found)) return refusal;
-  *count = 0;
-  for (const std::size_t place : found->gpus) gpus[(*count)++] = GPUHandle(place);
+  for (const std::size_t place : found->gpus) *gpus++ = GPUHandle(place);
+  *count = Count<Number>(found->claimed_gpus, found->gpus);
   return kOK;
 }
 
@@ -203,25 +204,25 @@ struct Function {
 };
 
 const std::array kFunctions = {
-    Function{0x0150E828, "NvAPI_Initialize", ToSymbol(Initialize)},
-    Function{0xD22BDD7E, "NvAPI_Unload", ToSymbol(Unload)},
-    Function{0x2926AAAD, "NvAPI_SYS_GetDriverAndBranchVersion", ToSymbol(GetDriverAndBranchVersion)},
-    Function{0xE5AC921F, "NvAPI_EnumPhysicalGPUs", ToSymbol(EnumPhysicalGPUs)},
-    Function{0x9ABDD40D, "NvAPI_EnumNvidiaDisplayHandle", ToSymbol(EnumDisplayHandle)},
-    Function{0x22A78B05, "NvAPI_GetAssociatedNvidiaDisplayName", ToSymbol(GetAssociatedDisplayName)},
-    Function{0x34EF9506, "NvAPI_GetPhysicalGPUsFromDisplay", ToSymbol(GetPhysicalGPUsFromDisplay)},
-    Function{0x20DE9260, "NvAPI_EnumNvidiaUnAttachedDisplayHandle", ToSymbol(EnumUnAttachedDisplayHandle)},
-    Function{0x4888D790, "NvAPI_GetUnAttachedAssociatedDisplayName", ToSymbol(GetUnAttachedAssociatedDisplayName)},
-    Function{0x5018ED61, "NvAPI_GetPhysicalGPUFromUnAttachedDisplay", ToSymbol(GetPhysicalGPUFromUnAttachedDisplay)},
-    Function{0xCEEE8E9F, "NvAPI_GPU_GetFullName", ToSymbol(GetFullName)},
-    Function{0xA561FD7D, "NvAPI_GPU_GetVbiosVersionString", ToSymbol(GetVbiosVersionString)},
-    Function{0x1BE0B8E5, "NvAPI_GPU_GetBusId", ToSymbol(GetBusId)},
-    Function{0x2A0A350F, "NvAPI_GPU_GetBusSlotId", ToSymbol(GetBusSlotId)},
-    Function{0x2DDFB66E, "NvAPI_GPU_GetPCIIdentifiers", ToSymbol(GetPCIIdentifiers)},
-    Function{0xD048C3B1, "NvAPI_GPU_GetCurrentPCIEDownstreamWidth", ToSymbol(GetCurrentPCIEDownstreamWidth)},
-    Function{0xBAAABFCC, "NvAPI_GPU_GetSystemType", ToSymbol(GetSystemType)},
-    Function{0xC33BAEB1, "NvAPI_GPU_GetGPUType", ToSymbol(GetGPUType)},
-    Function{0x07F9B368, "NvAPI_GPU_GetMemoryInfo", ToSymbol(GetMemoryInfo)},
+    Function{0x0150E828, "NvAPI_Initialize", ToSymbol<Initialize>()},
+    Function{0xD22BDD7E, "NvAPI_Unload", ToSymbol<Unload>()},
+    Function{0x2926AAAD, "NvAPI_SYS_GetDriverAndBranchVersion", ToSymbol<GetDriverAndBranchVersion>()},
+    Function{0xE5AC921F, "NvAPI_EnumPhysicalGPUs", ToSymbol<EnumPhysicalGPUs>()},
+    Function{0x9ABDD40D, "NvAPI_EnumNvidiaDisplayHandle", ToSymbol<EnumDisplayHandle>()},
+    Function{0x22A78B05, "NvAPI_GetAssociatedNvidiaDisplayName", ToSymbol<GetAssociatedDisplayName>()},
+    Function{0x34EF9506, "NvAPI_GetPhysicalGPUsFromDisplay", ToSymbol<GetPhysicalGPUsFromDisplay>()},
+    Function{0x20DE9260, "NvAPI_EnumNvidiaUnAttachedDisplayHandle", ToSymbol<EnumUnAttachedDisplayHandle>()},
+    Function{0x4888D790, "NvAPI_GetUnAttachedAssociatedDisplayName", ToSymbol<GetUnAttachedAssociatedDisplayName>()},
+    Function{0x5018ED61, "NvAPI_GetPhysicalGPUFromUnAttachedDisplay", ToSymbol<GetPhysicalGPUFromUnAttachedDisplay>()},
+    Function{0xCEEE8E9F, "NvAPI_GPU_GetFullName", ToSymbol<GetFullName>()},
+    Function{0xA561FD7D, "NvAPI_GPU_GetVbiosVersionString", ToSymbol<GetVbiosVersionString>()},
+    Function{0x1BE0B8E5, "NvAPI_GPU_GetBusId", ToSymbol<GetBusId>()},
+    Function{0x2A0A350F, "NvAPI_GPU_GetBusSlotId", ToSymbol<GetBusSlotId>()},
+    Function{0x2DDFB66E, "NvAPI_GPU_GetPCIIdentifiers", ToSymbol<GetPCIIdentifiers>()},
+    Function{0xD048C3B1, "NvAPI_GPU_GetCurrentPCIEDownstreamWidth", ToSymbol<GetCurrentPCIEDownstreamWidth>()},
+    Function{0xBAAABFCC, "NvAPI_GPU_GetSystemType", ToSymbol<GetSystemType>()},
+    Function{0xC33BAEB1, "NvAPI_GPU_GetGPUType", ToSymbol<GetGPUType>()},
+    Function{0x07F9B368, "NvAPI_GPU_GetMemoryInfo", ToSymbol<GetMemoryInfo>()},
 };
 
 void* QueryInterface(Number id) {
@@ -239,7 +240,7 @@ void* QueryInterface(Number id) {
 
 const SimulatedLibrary& SimulatedNVAPI() {
   static const SimulatedLibrary library = {
-      kName, [] { return Installed(TheMachine().nvapi); }, {{"nvapi_QueryInterface", ToSymbol(QueryInterface)}}};
+      kName, [] { return Installed(TheMachine().nvapi); }, {{"nvapi_QueryInterface", ToSymbol<QueryInterface>()}}};
   return library;
 }
 

@@ -45,6 +45,7 @@ struct Answer {
   std::size_t size;
   void* buffer;
   std::size_t* size_out;
+  std::optional<std::uint64_t> claimed_text_size;
 
   int Bytes(const void* bytes, std::size_t count) const {
     if (size_out != nullptr) *size_out = count;
@@ -55,7 +56,11 @@ struct Answer {
   }
 
   /// As some drivers do it, an empty text has not even a NUL.
-  int Text(const std::string& text) const { return Bytes(text.c_str(), text.empty() ? 0 : text.size() + 1); }
+  int Text(const std::string& text) const {
+    const int status = Bytes(text.c_str(), text.empty() ? 0 : text.size() + 1);
+    if (size_out != nullptr && claimed_text_size) *size_out = *claimed_text_size;
+    return status;
+  }
 
   template <typename To, typename From>
   int Value(const std::optional<From>& value) const {
@@ -88,7 +93,7 @@ int clGetPlatformInfo(Handle platform, Number parameter, std::size_t size, void*
   if (EntryFails(SimulatedOpenCL(), "clGetPlatformInfo", Hex(parameter))) return kOutOfHostMemory;
   const OpenCLPlatform* found = FindPlatform(platform);
   if (found == nullptr) return kInvalidPlatform;
-  const Answer answer{size, buffer, size_out};
+  const Answer answer{size, buffer, size_out, found->claimed_text_size};
   switch (parameter) {
     case 0x0901: return answer.Text(found->version);
     case 0x0902: return answer.Text(found->name);
@@ -157,7 +162,7 @@ int clGetDeviceInfo(Handle device, Number parameter, std::size_t size, void* buf
   const OpenCLDevice* found = FindDevice(device);
   if (found == nullptr) return kInvalidDevice;
   const auto has = [&](const char* extension) { return found->extensions.find(extension) != std::string::npos; };
-  const Answer answer{size, buffer, size_out};
+  const Answer answer{size, buffer, size_out, found->claimed_text_size};
   switch (parameter) {
     case 0x101F: return answer.Value<std::uint64_t>(found->memory_bytes);
     case 0x102B: return answer.Text(found->name);
@@ -196,7 +201,7 @@ void* clGetExtensionFunctionAddressForPlatform(Handle platform, const char* name
   const bool fails = EntryFails(SimulatedOpenCL(), "clGetExtensionFunctionAddressForPlatform");
   if (fails || std::string_view(name) != "clGetDeviceIDsFromD3D10KHR") return nullptr;
   const bool offered = FindPlatform(platform)->extensions.find("cl_khr_d3d10_sharing") != std::string::npos;
-  return offered ? reinterpret_cast<void*>(clGetDeviceIDsFromD3D10KHR) : nullptr;
+  return offered ? reinterpret_cast<void*>(ToSymbol<clGetDeviceIDsFromD3D10KHR>()) : nullptr;
 }
 
 }  // namespace
@@ -205,11 +210,11 @@ const SimulatedLibrary& SimulatedOpenCL() {
   static const SimulatedLibrary library = {
       "OpenCL.dll",
       [] { return Installed(TheMachine().opencl); },
-      {{"clGetPlatformIDs", ToSymbol(clGetPlatformIDs)},
-       {"clGetPlatformInfo", ToSymbol(clGetPlatformInfo)},
-       {"clGetDeviceIDs", ToSymbol(clGetDeviceIDs)},
-       {"clGetDeviceInfo", ToSymbol(clGetDeviceInfo)},
-       {"clGetExtensionFunctionAddressForPlatform", ToSymbol(clGetExtensionFunctionAddressForPlatform)}}};
+      {{"clGetPlatformIDs", ToSymbol<clGetPlatformIDs>()},
+       {"clGetPlatformInfo", ToSymbol<clGetPlatformInfo>()},
+       {"clGetDeviceIDs", ToSymbol<clGetDeviceIDs>()},
+       {"clGetDeviceInfo", ToSymbol<clGetDeviceInfo>()},
+       {"clGetExtensionFunctionAddressForPlatform", ToSymbol<clGetExtensionFunctionAddressForPlatform>()}}};
   return library;
 }
 

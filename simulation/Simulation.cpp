@@ -45,16 +45,20 @@ const Observations& Observed() { return TheState().observed; }
 
 void WatchCalls(CallWatcher watcher) { TheState().watcher = std::move(watcher); }
 
-bool CallFails(std::string_view call, std::string_view parameter, std::int64_t device) {
+std::optional<Failure> FailureOf(std::string_view call, std::string_view parameter, std::int64_t device) {
   State& state = TheState();
   const std::lock_guard lock(state.mutex);
   const std::uint64_t number = ++state.observed.calls;
   const auto& failures = state.machine.failures;
-  const bool machine_fails = std::any_of(failures.begin(), failures.end(), [&](const Failure& failure) {
-    return Matches(failure, call, parameter, device);
+  if (state.watcher && state.watcher(number, call, parameter)) return Failure{std::string(call), {}};
+  const auto failure = std::find_if(failures.begin(), failures.end(), [&](const Failure& candidate) {
+    return Matches(candidate, call, parameter, device);
   });
-  const bool watcher_fails = state.watcher && state.watcher(number, call, parameter);
-  return machine_fails || watcher_fails;
+  return failure != failures.end() ? std::optional(*failure) : std::nullopt;
+}
+
+bool CallFails(std::string_view call, std::string_view parameter, std::int64_t device) {
+  return FailureOf(call, parameter, device).has_value();
 }
 
 bool CallFails(std::string_view call, std::int64_t device) { return CallFails(call, {}, device); }

@@ -3,6 +3,7 @@
 #include <cstdint>
 #include <functional>
 #include <map>
+#include <optional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -39,7 +40,8 @@ void WatchCalls(CallWatcher watcher);
 
 constexpr std::int64_t kNoDevice = -1;
 
-/// Every driver call passes here first. True when it has to fail.
+/// Every driver call passes here first. Tells how it has to fail, if it has to.
+std::optional<Failure> FailureOf(std::string_view call, std::string_view parameter, std::int64_t device);
 bool CallFails(std::string_view call, std::string_view parameter = {}, std::int64_t device = kNoDevice);
 bool CallFails(std::string_view call, std::int64_t device);
 
