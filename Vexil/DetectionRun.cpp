@@ -80,7 +80,7 @@ bool Detector::Impl::Detect() {
 }
 
 void Detector::Impl::Clear() {
-  // In this order: what an exception in a source leaves behind is visible to later queries.
+  // Not the main display GPU: where no GPU is found, or a source throws, it stays the one of the run before.
   detectors_output = {};
   matched_gpus.clear();
   gpus.clear();

@@ -1,10 +1,9 @@
 #include <ostream>
 
 #include "DetectorImpl.h"
-#include "GPUMemory.h"
+#include "LiveMemory.h"
 #include "Queries.h"
 #include "ResultOutput.h"
-#include "Windows/Kernel.h"
 
 namespace Vexil {
 
@@ -94,11 +93,7 @@ const FlatBuffers::SystemT& Detector::GetSystem() {
 }
 
 bool Detector::GetSystemMemory(std::uint64_t& available, std::uint64_t& total) {
-  const auto memory = GetPhysicalMemory();
-  if (!memory) return false;
-  available = memory->available;
-  total = memory->total;
-  return true;
+  return QuerySystemMemory(available, total);
 }
 
 bool Detector::GetGPUMemory(const std::string& gpu_id, std::uint64_t& free, std::uint64_t& total) {

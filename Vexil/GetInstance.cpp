@@ -1,20 +1,24 @@
 #include "Common/Log.h"
 #include "Vexil.h"
 
+// Hybrid-graphics drivers look for these two in a process and then run it on the discrete GPU.
+extern "C" VEXIL_API std::int32_t NvOptimusEnablement;
+extern "C" VEXIL_API std::int32_t AmdPowerXpressRequestHighPerformance;
 std::int32_t NvOptimusEnablement = 1;
 std::int32_t AmdPowerXpressRequestHighPerformance = 1;
 
 namespace {
 
 /// Nobody else makes a Detector.
-class TheDetector : public Vexil::Detector {};
+class TheDetector : public Vexil::Detector {
+ public:
+  // Before any logger exists, which a detection is the first to ask for.
+  TheDetector() { Vexil::SetUpLogging(); }
+};
 
 }  // namespace
 
 Vexil::Detector* GetInstance() {
-  // The first caller sets up logging before any logger exists; the standard library makes others wait.
-  static const bool logging_is_set_up = (Vexil::SetUpLogging(), true);
-  static_cast<void>(logging_is_set_up);
   static TheDetector detector;
   return &detector;
 }

@@ -1,7 +1,6 @@
 #include "LogReport.h"
 
-#include "GPUMemory.h"
-#include "Windows/Kernel.h"
+#include "LiveMemory.h"
 
 namespace Vexil {
 namespace {
@@ -9,11 +8,7 @@ namespace {
 class ThisMachine final : public LiveFigures {
  public:
   bool GetSystemMemory(std::uint64_t& available, std::uint64_t& total) override {
-    const auto memory = GetPhysicalMemory();
-    if (!memory) return false;
-    available = memory->available;
-    total = memory->total;
-    return true;
+    return QuerySystemMemory(available, total);
   }
 
   bool GetGPUMemory(const FlatBuffers::MatchedGPUT& matched, std::uint64_t& free, std::uint64_t& total) override {

@@ -25,11 +25,8 @@ class Detector;
 
 /// The process's one Detector, never null, alive until the process exits; the caller never deletes it.
 /// Any thread may call it at any time. The first call sets up logging (see Detector); no call detects.
+/// What that may throw is the standard library's and log4cxx's; a later call tries again.
 extern "C" VEXIL_API Vexil::Detector* GetInstance();
-
-// Hybrid-graphics drivers look for these two in the process and then run it on the discrete GPU.
-extern "C" VEXIL_API std::int32_t NvOptimusEnablement;
-extern "C" VEXIL_API std::int32_t AmdPowerXpressRequestHighPerformance;
 
 namespace Vexil {
 
@@ -66,7 +63,11 @@ class IInterface {
 /// also when nothing was found. Only Detect() detects again.
 ///
 /// **Unknown values.** A number that no source could tell is -1 (all bits set), a text or list is
-/// empty, a nested record is null. Memory sizes in records are MiB, those of operations are bytes.
+/// empty, a nested record is null, a handle in a source's record is 0. Memory sizes in records are MiB,
+/// those of operations are bytes.
+///
+/// **Texts** are the bytes that Windows and the drivers gave: in the machine's ANSI code page, so other
+/// than ASCII letters are not always UTF-8.
 ///
 /// **Lifetime.** What is returned by reference stays valid until the next Detect(). Records held by
 /// shared pointers may be kept longer; they are never changed after the run that made them.
@@ -99,9 +100,11 @@ class Detector : public IInterface {
 
   /// The identifiers of all GPUs. Empty when there are none.
   virtual std::unordered_set<std::string> GetGPUIDs();
+  /// The GPUs of one maker. Empty when there are none.
   virtual std::unordered_set<std::string> GetGPUIDsByVendor(FlatBuffers::Vendor vendor);
-  /// The GPUs that can be reached through `api`.
+  /// The GPUs that can be reached through `api`. Empty when there are none.
   virtual std::unordered_set<std::string> GetGPUIDsByAPI(FlatBuffers::ComputeAPI api);
+  /// The GPUs of one type. Empty when there are none.
   virtual std::unordered_set<std::string> GetGPUIDsByType(FlatBuffers::GPUType type);
   /// The GPUs whose "identifier vendor name type" contains `text`, letter case ignored. The empty
   /// text finds all.
@@ -109,16 +112,22 @@ class Detector : public IInterface {
 
   /// The GPU that drives the main display. Empty when there is no GPU.
   virtual std::string GetMainDisplayGPUID();
-  /// Its record, or the one named "Invalid".
+  /// Its record, or the one named "Invalid". In two steps: where another thread detects in between, the
+  /// record may also be the one named "Invalid" although there is a GPU.
   virtual const FlatBuffers::GPUT& GetMainDisplayGPU();
 
-  /// The GPUs whose memory `gpu_id` can reach directly through `api`. Empty when `gpu_id` is unknown.
+  /// The other GPUs that work with `gpu_id` directly: for CUDA those that NVLink joins to it, for OpenCL
+  /// those that it can copy buffers to, for Metal those of its peer group. Empty when `gpu_id` is unknown.
   virtual std::unordered_set<std::string> GetPeerGPUIDs(const std::string& gpu_id, FlatBuffers::ComputeAPI api);
 
   /// The record of one GPU; the one named "Invalid", whose id is empty, when `gpu_id` is unknown.
   virtual const FlatBuffers::GPUT& GetGPU(const std::string& gpu_id);
+  /// All GPUs: NVIDIA's, AMD's, then Intel's, each in its driver's order. Empty when there are none. Two
+  /// have one identifier where drivers put like cards at one place; GetGPU then returns the first.
   virtual const std::vector<FlatBuffers::GPUT>& GetGPUs();
+  /// The monitors of the GPUs listed, in the order of the GPUs. Empty when there are none.
   virtual const std::vector<FlatBuffers::MonitorT>& GetMonitors();
+  /// The machine, told also when no GPU was found.
   virtual const FlatBuffers::SystemT& GetSystem();
 
   /// Physical memory of the machine at this moment, in bytes. False when Windows does not tell; the
@@ -126,8 +135,8 @@ class Detector : public IInterface {
   virtual bool GetSystemMemory(std::uint64_t& available, std::uint64_t& total);
 
   /// Video memory of one GPU at this moment, in bytes, asked of the driver at every call. NVIDIA GPUs
-  /// answer through NVAPI, AMD GPUs through OpenCL; for others the result is false. When `gpu_id` is
-  /// unknown the arguments are untouched; when the driver was asked and failed they are 0.
+  /// answer through NVAPI, AMD GPUs through OpenCL. False for others and for an unknown `gpu_id`, which
+  /// leaves the arguments untouched, and where the driver was asked and failed, which makes them 0.
   virtual bool GetGPUMemory(const std::string& gpu_id, std::uint64_t& free, std::uint64_t& total);
 
   /// Does nothing; keeps the places of the operations after it.

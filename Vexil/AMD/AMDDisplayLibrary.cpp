@@ -65,6 +65,7 @@ bool AMDDisplayLibrary::Initialize() {
 
 void AMDDisplayLibrary::Unload() {
   if (m_initialized) ADL_Main_Control_Destroy();
+  // Those by which anything starts; the next Initialize resolves all of them anew.
   ADL_Main_Control_Create.Forget();
   ADL_Main_Control_Destroy.Forget();
   ADL_Adapter_NumberOfAdapters_Get.Forget();

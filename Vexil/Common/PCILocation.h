@@ -20,6 +20,13 @@ constexpr void SetDeviceAndFunction(PCILocation& location, std::uint32_t address
   location.function = static_cast<std::int32_t>(address & 0xFFFFU);
 }
 
+template <typename Record>
+void SetPCILocation(Record& record, const PCILocation& location) {
+  record.pci_bus = location.bus;
+  record.pci_device = location.device;
+  record.pci_function = location.function;
+}
+
 /// "PCI:bus:device", and ".function" where that is known. Unknown numbers read -1.
 std::string PCILocationText(const PCILocation& location);
 

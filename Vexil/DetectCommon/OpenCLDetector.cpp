@@ -39,23 +39,19 @@ struct TopologyAMD {
 static_assert(sizeof(TopologyAMD) == 24);
 constexpr cl_uint kTopologyTypePCIe = 1;
 
-bool GetNVPCIInfo(const OpenCLLibrary& opencl, cl_device_id device, OpenCLGPUT& gpu) {
+void GetNVPCIInfo(const OpenCLLibrary& opencl, cl_device_id device, OpenCLGPUT& gpu) {
   cl_uint bus = 0;
   cl_uint slot = 0;
-  if (!opencl.GetDeviceInfo(device, kPCIBusIDNV, bus) || !opencl.GetDeviceInfo(device, kPCISlotIDNV, slot)) {
-    return false;
-  }
+  if (!opencl.GetDeviceInfo(device, kPCIBusIDNV, bus) || !opencl.GetDeviceInfo(device, kPCISlotIDNV, slot)) return;
   gpu.pci_bus = ToField(bus);
   gpu.pci_device = ToField(slot);
-  return true;
 }
 
-bool GetAMDPCIInfo(const OpenCLLibrary& opencl, cl_device_id device, OpenCLGPUT& gpu) {
+void GetAMDPCIInfo(const OpenCLLibrary& opencl, cl_device_id device, OpenCLGPUT& gpu) {
   TopologyAMD topology = {};
-  if (!opencl.GetDeviceInfo(device, kTopologyAMD, topology) || topology.type != kTopologyTypePCIe) return false;
+  if (!opencl.GetDeviceInfo(device, kTopologyAMD, topology) || topology.type != kTopologyTypePCIe) return;
   gpu.pci_bus = topology.bus;
   gpu.pci_device = topology.device;
-  return true;
 }
 
 /// The name on the box; the device's own name is that of its chip.

@@ -91,10 +91,7 @@ DirectXGPUT MakeGPU(std::uint32_t index, const DXGIAdapterDescription& descripti
   gpu.revision = ToField(description.revision);
   gpu.dedicated_video_memory_mib = BytesToMiB(description.dedicated_video_memory);
   gpu.shared_system_memory_mib = BytesToMiB(description.shared_system_memory);
-  const PCILocation location = FindPCILocation(description.luid);
-  gpu.pci_bus = location.bus;
-  gpu.pci_device = location.device;
-  gpu.pci_function = location.function;
+  SetPCILocation(gpu, FindPCILocation(description.luid));
   return gpu;
 }
 

@@ -48,10 +48,7 @@ bool MakeGPU(const DisplayDevice& output, EnumDisplayDevicesGPUT& gpu) {
   }
   gpu.is_primary = HasFlag(output, kPrimaryDevice);
   gpu.is_removable = HasFlag(output, kRemovable);
-  const PCILocation location = GetAdapterPCILocation(gpu.driver);
-  gpu.pci_bus = location.bus;
-  gpu.pci_device = location.device;
-  gpu.pci_function = location.function;
+  SetPCILocation(gpu, GetAdapterPCILocation(gpu.driver));
   return true;
 }
 

@@ -103,9 +103,7 @@ void AppendAMDGPUs(const DetectorsOutputT& detectors, std::vector<MatchedGPUT>& 
     MatchedGPUT& entry = Append(matched, Vendor::AMD, amddl->name);
     entry.amddl = amddl;
     entry.gpu->type = amddl->type != GPUType::Unknown ? amddl->type : GPUType::Discrete;
-    entry.gpu->pci_bus = amddl->pci_bus;
-    entry.gpu->pci_device = amddl->pci_device;
-    entry.gpu->pci_function = amddl->pci_function;
+    SetPCILocation(*entry.gpu, {amddl->pci_bus, amddl->pci_device, amddl->pci_function});
     entry.gpu->hardware_id = amddl->hardware_id;
   }
 }
@@ -138,9 +136,7 @@ MatchedGPUT* FindOrAppendDirectX(const DirectXGPUT& directx, std::vector<Matched
     return nullptr;
   }
   MatchedGPUT& entry = Append(matched, vendor, directx.name);
-  entry.gpu->pci_bus = directx.pci_bus;
-  entry.gpu->pci_device = directx.pci_device;
-  entry.gpu->pci_function = directx.pci_function;
+  SetPCILocation(*entry.gpu, {directx.pci_bus, directx.pci_device, directx.pci_function});
   return &entry;
 }
 

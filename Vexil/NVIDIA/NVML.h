@@ -46,6 +46,7 @@ class NVML : private VendorLibrary {
   Entry<nvmlReturn_t()> nvmlInit{*this, "nvmlInit_v2"};
   Entry<nvmlReturn_t()> nvmlShutdown{*this, "nvmlShutdown"};
   Entry<const char*(nvmlReturn_t result)> nvmlErrorString{*this, "nvmlErrorString"};
+  /// Never called; an NVML that lacks it is too old for the rest.
   Entry<nvmlReturn_t(char* version, unsigned length)> nvmlSystemGetDriverVersion{*this, "nvmlSystemGetDriverVersion"};
   Entry<nvmlReturn_t(unsigned* count)> nvmlDeviceGetCount{*this, "nvmlDeviceGetCount_v2"};
   Entry<nvmlReturn_t(unsigned index, nvmlDevice_t* device)> nvmlDeviceGetHandleByIndex{*this,

@@ -1,11 +1,20 @@
-#include "GPUMemory.h"
+#include "LiveMemory.h"
 
 #include "DetectCommon/OpenCLDetector.h"
 #include "NVIDIA/NvAPIDetector.h"
+#include "Windows/Kernel.h"
 
 namespace Vexil {
 
 using FlatBuffers::Vendor;
+
+bool QuerySystemMemory(std::uint64_t& available, std::uint64_t& total) {
+  const auto memory = GetPhysicalMemory();
+  if (!memory) return false;
+  available = memory->available;
+  total = memory->total;
+  return true;
+}
 
 bool QueryGPUMemory(const FlatBuffers::MatchedGPUT& matched, std::uint64_t& free, std::uint64_t& total) {
   if (matched.gpu->vendor == Vendor::NVIDIA && matched.nvapi != nullptr && matched.nvapi->handle != 0) {
