@@ -179,8 +179,10 @@ TEST_F(FailureSweep, EachCallCostsOnlyWhatItWouldHaveTold) {
   EXPECT_GT(call, 500U);
 }
 
+using TimeOfCall = std::pair<std::string, int>;
+
 /// What a process does once only, at its first use of OpenCL, CUDA and NVAPI: which time of which call fails.
-class FirstDetection : public FailureSweep, public testing::WithParamInterface<std::pair<const char*, int>> {};
+class FirstDetection : public FailureSweep, public testing::WithParamInterface<TimeOfCall> {};
 
 TEST_P(FirstDetection, LosesOnlyWhatTheCallWouldHaveTold) {
   if (Observed().open.contains("OpenCL.dll")) GTEST_SKIP() << "One per process; ctest does that.";
@@ -197,13 +199,13 @@ TEST_P(FirstDetection, LosesOnlyWhatTheCallWouldHaveTold) {
 }
 
 INSTANTIATE_TEST_SUITE_P(Calls, FirstDetection,
-                         testing::Values(std::pair("LoadLibrary nvapi64.dll", 1), std::pair("NvAPI_Initialize ", 1),
-                                         std::pair("LoadLibrary nvapi64.dll", 2),
-                                         std::pair("LoadLibrary nvcuda.dll", 1), std::pair("cuDriverGetVersion ", 1),
-                                         std::pair("LoadLibrary OpenCL.dll", 1),
-                                         std::pair("GetProcAddress clGetPlatformIDs", 1),
-                                         std::pair("LoadLibrary OpenCL.dll", 2),
-                                         std::pair("clGetPlatformIDs count", 1)));
+                         testing::Values(TimeOfCall("LoadLibrary nvapi64.dll", 1), TimeOfCall("NvAPI_Initialize ", 1),
+                                         TimeOfCall("LoadLibrary nvapi64.dll", 2),
+                                         TimeOfCall("LoadLibrary nvcuda.dll", 1), TimeOfCall("cuDriverGetVersion ", 1),
+                                         TimeOfCall("LoadLibrary OpenCL.dll", 1),
+                                         TimeOfCall("GetProcAddress clGetPlatformIDs", 1),
+                                         TimeOfCall("LoadLibrary OpenCL.dll", 2),
+                                         TimeOfCall("clGetPlatformIDs count", 1)));
 
 }  // namespace
 }  // namespace Vexil::Tests
