@@ -28,7 +28,9 @@ install(DIRECTORY ${LOG4CXX_INCLUDE_DIR}/log4cxx DESTINATION include/Vexil/third
 install(FILES $<TARGET_LINKER_FILE:log4cxx> DESTINATION lib)
 
 install(FILES README.md CHANGELOG.md DESTINATION share/doc/Vexil)
-install(DIRECTORY docs/ DESTINATION share/doc/Vexil)
+# Side by side, as their links expect.
+install(DIRECTORY docs examples DESTINATION share/doc/Vexil)
+install(FILES simulation/README.md DESTINATION share/doc/Vexil/simulation)
 if(VEXIL_LICENSES_DIR)
   install(DIRECTORY ${VEXIL_LICENSES_DIR}/ DESTINATION share/licenses/Vexil)
 endif()
