@@ -35,6 +35,8 @@ class Stopwatch {
 };
 
 /// Asks one source and stores its records, each in an object of its own that matching can share.
+/// `vexil doctor` takes the step and its time from the log line, and from those of the other steps below: see
+/// cli/RunLog.cpp.
 template <typename Record>
 void AskSource(const char* name, std::vector<Record> (*source)(), std::vector<std::shared_ptr<Record>>& list) {
   const Stopwatch stopwatch;

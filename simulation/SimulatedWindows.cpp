@@ -143,12 +143,13 @@ class SimulatedAdapter final : public DXGIAdapter {
 
 }  // namespace
 
-void ForEachDXGIAdapter(const std::function<void(std::uint32_t index, DXGIAdapter&)>& visit) {
+DXGIStatus ForEachDXGIAdapter(const std::function<void(std::uint32_t index, DXGIAdapter&)>& visit) {
   const auto& adapters = TheMachine().dxgi;
-  if (CallFails("CreateDXGIFactory") || !adapters) return;
+  constexpr auto kUnsupported = static_cast<DXGIStatus>(0x887A0004);
+  if (CallFails("CreateDXGIFactory") || !adapters) return kUnsupported;
   for (std::uint32_t index = 0;; ++index) {
     const GraphicsAdapter* adapter = At(*adapters, index);
-    if (CallFails("EnumAdapters1", index) || adapter == nullptr) return;
+    if (CallFails("EnumAdapters1", index) || adapter == nullptr) return 0;
     if (CallFails("QueryInterface", "IDXGIAdapter2", index)) continue;
     SimulatedAdapter visited(*adapter, index);
     visit(index, visited);

@@ -53,12 +53,14 @@ AMDDisplayLibrary::~AMDDisplayLibrary() {
 bool AMDDisplayLibrary::Initialize() {
   if (m_initialized) return true;
   if (!Open(kFileName)) return false;
-  if (!ResolveAll()) {
+  if (ResolveAll() != nullptr) {
     Unload();
     return false;
   }
   constexpr int kConnectedAdaptersOnly = 1;
-  m_initialized = Succeeded(ADL_Main_Control_Create(Allocate, kConnectedAdaptersOnly));
+  const int status = ADL_Main_Control_Create(Allocate, kConnectedAdaptersOnly);
+  m_start_status = status;
+  m_initialized = Succeeded(status);
   if (!m_initialized) LOG_WARN("Failed to initialize, control create error.");
   return m_initialized;
 }

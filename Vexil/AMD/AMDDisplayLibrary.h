@@ -32,6 +32,7 @@ class AMDDisplayLibrary : private VendorLibrary {
 
   /// See VendorLibrary.
   LibraryInspection Inspect() { return VendorLibrary::Inspect(kFileName); }
+  using VendorLibrary::StartStatus;
 
   Entry<int(ADL_MAIN_MALLOC_CALLBACK* allocate, int connected_adapters_only)> ADL_Main_Control_Create{
       *this, "ADL_Main_Control_Create"};

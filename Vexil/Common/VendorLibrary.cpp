@@ -16,7 +16,7 @@ void VendorLibrary::Resolve(EntryPoint& entry_point) const {
   entry_point.m_symbol = FindSymbol(m_module, entry_point.m_name);
 }
 
-const char* VendorLibrary::Resolve() {
+const char* VendorLibrary::ResolveUntilMissing() {
   for (EntryPoint* entry_point : m_entry_points) {
     Resolve(*entry_point);
     if (!*entry_point && entry_point->m_need == Need::Required) return entry_point->m_name;
@@ -24,13 +24,14 @@ const char* VendorLibrary::Resolve() {
   return nullptr;
 }
 
-bool VendorLibrary::ResolveAll() {
-  bool complete = true;
+const char* VendorLibrary::ResolveAll() {
+  const char* first_missing = nullptr;
   for (EntryPoint* entry_point : m_entry_points) {
     Resolve(*entry_point);
-    if (!*entry_point && entry_point->m_need == Need::Required) complete = false;
+    const bool is_missed = !*entry_point && entry_point->m_need == Need::Required;
+    if (is_missed && first_missing == nullptr) first_missing = entry_point->m_name;
   }
-  return complete;
+  return first_missing;
 }
 
 LibraryInspection VendorLibrary::Inspect(const char* file_name) {

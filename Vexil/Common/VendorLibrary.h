@@ -1,5 +1,6 @@
 #pragma once
 
+#include <optional>
 #include <string>
 #include <vector>
 
@@ -18,7 +19,7 @@ struct LibraryInspection {
 
 /// A vendor's library, found at run time, with its entry points as members, one line each:
 ///
-///     class CUDADriverAPI : public VendorLibrary {
+///     class CUDADriverAPI : private VendorLibrary {
 ///       Entry<int(unsigned flags)> cuInit{*this, "cuInit"};
 ///
 /// Entry points are resolved in the order in which they are declared. The library is closed when the
@@ -31,10 +32,14 @@ class VendorLibrary {
   /// Opens a library that is not in use, looks for every entry point, and closes it. Calls nothing.
   LibraryInspection Inspect(const char* file_name);
 
+  /// What the call that starts the library answered; nothing where it has not been made.
+  std::optional<int> StartStatus() const { return m_start_status; }
+
  protected:
   class EntryPoint {
    public:
     explicit operator bool() const { return m_symbol != nullptr; }
+    const char* Name() const { return m_name; }
     void Forget() { m_symbol = nullptr; }
 
    protected:
@@ -73,10 +78,13 @@ class VendorLibrary {
   /// Gives up the library without closing it, so that its code stays for the life of the process.
   void LeaveOpen() { m_module = nullptr; }
 
-  /// Stops at the first required entry point that is missing and returns its name; null when none is.
-  const char* Resolve();
-  /// Resolves every entry point, missing ones or not; true when no required one is missing.
-  bool ResolveAll();
+  // Both return the name of the first required entry point that is missing, null when none is.
+
+  /// Leaves those behind it unresolved.
+  const char* ResolveUntilMissing();
+  const char* ResolveAll();
+
+  std::optional<int> m_start_status;
 
  private:
   void Resolve(EntryPoint& entry_point) const;

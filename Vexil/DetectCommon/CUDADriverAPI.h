@@ -28,6 +28,7 @@ class CUDADriverAPI : private VendorLibrary {
 
   /// See VendorLibrary.
   LibraryInspection Inspect() { return VendorLibrary::Inspect(kFileName); }
+  using VendorLibrary::StartStatus;
 
   Entry<CUresult(unsigned flags)> cuInit{*this, "cuInit"};
   Entry<CUresult(int* count)> cuDeviceGetCount{*this, "cuDeviceGetCount"};

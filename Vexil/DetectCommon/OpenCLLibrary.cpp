@@ -37,7 +37,7 @@ std::vector<Handle> QueryHandles(const Query& query) {
 }  // namespace
 
 bool OpenCLLibrary::Initialize() {
-  if (!Open(kFileName) || Resolve() != nullptr) return false;
+  if (!Open(kFileName) || ResolveUntilMissing() != nullptr) return false;
   static LibraryKeeper keeper;
   keeper.Keep(kFileName);
   return true;

@@ -21,12 +21,13 @@ bool NVML::Initialize() {
     LOG_DEBUG("NVML lib not found");
     return false;
   }
-  if (const char* missing = Resolve()) {
+  if (const char* missing = ResolveUntilMissing()) {
     LOG_ERROR("NVML: Failed to load {}", missing);
     Unload();
     return false;
   }
-  if (nvmlInit() != NVML_SUCCESS) {
+  m_start_status = nvmlInit();
+  if (m_start_status != NVML_SUCCESS) {
     Unload();
     return false;
   }

@@ -42,6 +42,7 @@ class NVML : private VendorLibrary {
 
   /// See VendorLibrary.
   LibraryInspection Inspect() { return VendorLibrary::Inspect(kFileName); }
+  using VendorLibrary::StartStatus;
 
   Entry<nvmlReturn_t()> nvmlInit{*this, "nvmlInit_v2"};
   Entry<nvmlReturn_t()> nvmlShutdown{*this, "nvmlShutdown"};

@@ -7,9 +7,6 @@
 namespace Vexil {
 namespace {
 
-constexpr std::uint32_t kInitializeID = 0x0150E828;
-constexpr std::uint32_t kUnloadID = 0xD22BDD7E;
-
 /// The library, while somebody keeps it up.
 struct Loader {
   std::mutex mutex;
@@ -49,11 +46,11 @@ NvAPI_Status Loader::Start() {
   if (library == nullptr) {
     library = OpenLibrary(kNvAPIFileName);
     if (library == nullptr) return NVAPI_LIBRARY_NOT_FOUND;
-    query_interface = reinterpret_cast<decltype(query_interface)>(FindSymbol(library, "nvapi_QueryInterface"));
+    query_interface = reinterpret_cast<decltype(query_interface)>(FindSymbol(library, kNvAPIQueryInterface));
   }
   // What could not be shut down again is not started.
-  const bool can_stop = query_interface != nullptr && Find(kUnloadID) != nullptr;
-  const NvAPI_Status status = can_stop ? CallByID(kInitializeID) : NVAPI_NO_IMPLEMENTATION;
+  const bool can_stop = query_interface != nullptr && Find(kNvAPIUnload.id) != nullptr;
+  const NvAPI_Status status = can_stop ? CallByID(kNvAPIInitialize.id) : NVAPI_NO_IMPLEMENTATION;
   if (status == NVAPI_OK) {
     ++users;
     keeper.Keep(kNvAPIFileName);
@@ -65,7 +62,7 @@ NvAPI_Status Loader::Start() {
 
 NvAPI_Status Loader::Stop() {
   if (users == 0) return NVAPI_API_NOT_INITIALIZED;
-  const NvAPI_Status status = CallByID(kUnloadID);
+  const NvAPI_Status status = CallByID(kNvAPIUnload.id);
   if (--users == 0) Close();
   return status;
 }

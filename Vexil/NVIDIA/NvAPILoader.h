@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <mutex>
 
-#include "Common/OpenLibrary.h"
+#include "Common/VendorLibrary.h"
 
 namespace Vexil {
 
@@ -14,6 +14,18 @@ inline constexpr NvAPI_Status NVAPI_NO_IMPLEMENTATION = -3;
 inline constexpr NvAPI_Status NVAPI_API_NOT_INITIALIZED = -4;
 
 inline constexpr const char* kNvAPIFileName = "nvapi64.dll";
+inline constexpr const char* kNvAPIQueryInterface = "nvapi_QueryInterface";
+
+/// A function's name, and the number by which the library hands it out.
+struct NvAPIEntry {
+  const char* name;
+  std::uint32_t id;
+  Need need = Need::Optional;
+};
+
+// Called through the loader only, which counts its users.
+inline constexpr NvAPIEntry kNvAPIInitialize{"NvAPI_Initialize", 0x0150E828, Need::Required};
+inline constexpr NvAPIEntry kNvAPIUnload{"NvAPI_Unload", 0xD22BDD7E, Need::Required};
 
 /// Loads the library and starts it. Each success is to be paired with an NvAPI_Unload; the last of
 /// these closes the library, whose code stays for the handles that records hold.
@@ -29,15 +41,14 @@ enum class WhenDown {
 /// One function of NVAPI, called like the function itself. Where library, function or driver is
 /// missing, the answer is an error status. Calls may come from any thread.
 template <typename... Arguments>
-class NvAPIFunction {
+class NvAPIFunction : public NvAPIEntry {
  public:
-  constexpr explicit NvAPIFunction(std::uint32_t id, WhenDown when_down = WhenDown::Fail)
-      : m_id(id), m_when_down(when_down) {}
+  constexpr explicit NvAPIFunction(const NvAPIEntry& entry, WhenDown when_down = WhenDown::Fail)
+      : NvAPIEntry(entry), m_when_down(when_down) {}
 
   NvAPI_Status operator()(Arguments... arguments) const;
 
  private:
-  std::uint32_t m_id;
   WhenDown m_when_down;
 };
 
@@ -59,7 +70,7 @@ class NvAPICall {
 
 template <typename... Arguments>
 NvAPI_Status NvAPIFunction<Arguments...>::operator()(Arguments... arguments) const {
-  const NvAPICall call(m_id, m_when_down);
+  const NvAPICall call(id, m_when_down);
   if (call.Function() == nullptr) return call.Status();
   return reinterpret_cast<NvAPI_Status (*)(Arguments...)>(call.Function())(arguments...);
 }

@@ -56,18 +56,19 @@ class ComAdapter final : public DXGIAdapter {
 
 }  // namespace
 
-void ForEachDXGIAdapter(const std::function<void(std::uint32_t index, DXGIAdapter&)>& visit) {
+DXGIStatus ForEachDXGIAdapter(const std::function<void(std::uint32_t index, DXGIAdapter&)>& visit) {
   ComPtr<IDXGIFactory2> factory;
-  CreateDXGIFactory(IID_PPV_ARGS(&factory));
-  if (factory == nullptr) return;
+  const HRESULT status = CreateDXGIFactory(IID_PPV_ARGS(&factory));
+  if (factory == nullptr) return status;
   for (std::uint32_t index = 0; index < kMaxItems; ++index) {
     ComPtr<IDXGIAdapter1> adapter;
-    if (FAILED(factory->EnumAdapters1(index, &adapter)) || adapter == nullptr) return;
+    if (FAILED(factory->EnumAdapters1(index, &adapter)) || adapter == nullptr) break;
     ComPtr<IDXGIAdapter2> adapter2;
     if (FAILED(adapter.As(&adapter2)) || adapter2 == nullptr) continue;
     ComAdapter visited(std::move(adapter2));
     visit(index, visited);
   }
+  return status;
 }
 
 }  // namespace Vexil

@@ -32,7 +32,10 @@ class DXGIAdapter {
   ~DXGIAdapter() = default;
 };
 
-/// Visits the adapters with the places at which DXGI enumerates them; none where there is no DXGI.
-void ForEachDXGIAdapter(const std::function<void(std::uint32_t index, DXGIAdapter&)>& visit);
+/// What CreateDXGIFactory answers; negative where it fails.
+using DXGIStatus = std::int32_t;
+
+/// Visits the adapters with the places at which DXGI enumerates them; none where DXGI does not start.
+DXGIStatus ForEachDXGIAdapter(const std::function<void(std::uint32_t index, DXGIAdapter&)>& visit);
 
 }  // namespace Vexil
