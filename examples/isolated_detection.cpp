@@ -1,7 +1,7 @@
 // Detects in a process of its own, so that a driver that crashes or hangs takes nothing else with it:
 // runs "vexil save FILE" with a time limit and reads what it wrote.
 
-#include <Vexil.h>
+#include <Vexil/Vexil.h>
 #include <windows.h>
 
 #include <fstream>

@@ -1,6 +1,6 @@
 // Lists the GPUs of this machine, the one that drives the main display first.
 
-#include <Vexil.h>
+#include <Vexil/Vexil.h>
 
 #include <iostream>
 

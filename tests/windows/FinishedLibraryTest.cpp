@@ -1,4 +1,4 @@
-#include <Vexil.h>
+#include <Vexil/Vexil.h>
 #include <gtest/gtest.h>
 #include <windows.h>
 

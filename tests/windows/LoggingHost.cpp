@@ -1,4 +1,4 @@
-#include <Vexil.h>
+#include <Vexil/Vexil.h>
 #include <log4cxx/logmanager.h>
 #include <log4cxx/patternlayout.h>
 #include <windows.h>
