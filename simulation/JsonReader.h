@@ -2,13 +2,14 @@
 
 #include <fmt/format.h>
 
-#include <cmath>
+#include <charconv>
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
 #include <set>
 #include <string>
 #include <type_traits>
+#include <utility>
 #include <vector>
 
 #include "LoadMachine.h"
@@ -53,12 +54,20 @@ struct JsonReader {
   /// Numbers, or hexadecimal ones as texts. -1 may stand for all bits set.
   template <typename Number, std::enable_if_t<std::is_integral_v<Number>, int> = 0>
   static void Read(const Place& from, Number& to) {
-    if (from.json.is_number_integer()) {
-      to = static_cast<Number>(from.json.get<std::int64_t>());
-    } else if (from.json.is_string() && from.json.get_ref<const std::string&>().rfind("0x", 0) == 0) {
-      to = static_cast<Number>(std::stoull(from.json.get_ref<const std::string&>(), nullptr, 16));
+    const auto take = [&](auto number) {
+      if (!std::in_range<Number>(number)) from.Fail("there is no room for such a number");
+      to = static_cast<Number>(number);
+    };
+    if (from.json.is_string()) {
+      to = static_cast<Number>(Bits<std::make_unsigned_t<Number>>(from));
+    } else if (from.json.is_number_unsigned()) {
+      take(from.json.get<std::uint64_t>());
+    } else if (!from.json.is_number_integer()) {
+      from.Fail(kNotANumber);
+    } else if (const auto number = from.json.get<std::int64_t>(); number == -1) {
+      to = static_cast<Number>(-1);
     } else {
-      from.Fail("expected a whole number, or a text such as \"0x10de\"");
+      take(number);
     }
   }
 
@@ -93,6 +102,18 @@ struct JsonReader {
   }
 
  private:
+  static constexpr const char* kNotANumber = "expected a whole number, or a text such as \"0x10de\"";
+
+  template <typename Unsigned>
+  static Unsigned Bits(const Place& from) {
+    const auto& text = from.json.get_ref<const std::string&>();
+    Unsigned bits = 0;
+    if (text.rfind("0x", 0) != 0) from.Fail(kNotANumber);
+    const auto [end, error] = std::from_chars(text.data() + 2, text.data() + text.size(), bits, 16);
+    if (error != std::errc() || end != text.data() + text.size()) from.Fail(kNotANumber);
+    return bits;
+  }
+
   static void ReadNext(const Place& /*from*/, std::set<std::string>& /*known*/) {}
 
   template <typename Value, typename... Rest>

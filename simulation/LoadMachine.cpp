@@ -4,10 +4,12 @@
 #include <fmt/ranges.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdio>
 #include <fstream>
 
 #include "JsonReader.h"
+#include "SimulatedLibraries.h"
 
 namespace Vexil::Simulation {
 namespace {
@@ -76,18 +78,27 @@ struct MachineReader : JsonReader<MachineReader> {
 
   template <typename Bytes>
   static void Read(const Place& from, MiB<Bytes>& to) {
-    if (!from.json.is_number()) from.Fail("expected a number");
-    to.bytes = static_cast<std::uint64_t>(std::llround(from.json.get<double>() * (1 << 20)));
+    // As many bytes as are told apart without rounding.
+    constexpr double kMost = 1ULL << 53;
+    const double bytes = from.json.is_number() ? from.json.get<double>() * (1 << 20) : -1;
+    if (bytes < 0 || bytes > kMost) from.Fail("expected a number of MiB");
+    to.bytes = static_cast<std::uint64_t>(std::llround(bytes));
+  }
+
+  static std::uint32_t Number(const Place& from) {
+    std::uint32_t number = 0;
+    Read(from, number);
+    return number;
   }
 
   static void Read(const Place& from, Display& to) {
     if (!from.json.is_number()) return Read(from, to.name);
-    to.name = fmt::format(R"(\\.\DISPLAY{})", from.json.get<int>());
+    to.name = fmt::format(R"(\\.\DISPLAY{})", Number(from));
   }
 
   static void Read(const Place& from, DriverKey& to) {
     if (!from.json.is_number()) return Read(from, to.text);
-    to.text = fmt::format("{}\\{:04}", kDisplayClassGUID, from.json.get<int>());
+    to.text = fmt::format("{}\\{:04}", kDisplayClassGUID, Number(from));
   }
 
   static std::uint32_t PlaceOf(const Place& from, const std::vector<std::string>& words) {
@@ -102,7 +113,8 @@ struct MachineReader : JsonReader<MachineReader> {
   }
 
   static void Read(const Place& from, OutputState& to) {
-    constexpr std::uint32_t kFlags[] = {0x1, 0x4, 0x8, 0x20};
+    constexpr std::uint32_t kFlags[] = {kAttachedToDesktop, kPrimaryDevice, kMirroringDriver, kRemovable};
+    if (!from.json.is_array()) from.Fail("expected a list");
     for (const Json& word : from.json) {
       to.flags |= kFlags[PlaceOf({word, from.path}, {"attached", "primary", "mirroring", "removable"})];
     }
@@ -218,11 +230,18 @@ struct MachineReader : JsonReader<MachineReader> {
 
   /// A vendor's library: what all of them have, and its own members.
   template <typename... KeysAndValues>
-  static void ReadLibrary(const Place& from, Library& to, KeysAndValues&&... keys_and_values) {
+  static void ReadLibrary(const Place& from, const SimulatedLibrary& library, Library& to,
+                          KeysAndValues&&... keys_and_values) {
     ReadMembers(from, "missing", to.missing, "claimed_count", to.claimed_count, keys_and_values...);
+    for (const std::string& entry_point : to.missing) {
+      if (!Offers(library, entry_point))
+        from.Fail(fmt::format("\"{}\" is no entry point of {}", entry_point, library.file_name));
+    }
   }
 
-  static void Read(const Place& from, OpenCL& to) { ReadLibrary(from, to, "platforms", to.platforms); }
+  static void Read(const Place& from, OpenCL& to) {
+    ReadLibrary(from, SimulatedOpenCL(), to, "platforms", to.platforms);
+  }
 
   static void Read(const Place& from, CUDADevice& to) {
     ReadMembers(from, "name", to.name, "memory_mib", MiB{to.memory_bytes}, "compute_major", to.compute_major,
@@ -230,7 +249,7 @@ struct MachineReader : JsonReader<MachineReader> {
   }
 
   static void Read(const Place& from, CUDA& to) {
-    ReadLibrary(from, to, "driver_version", to.driver_version, "devices", to.devices);
+    ReadLibrary(from, SimulatedCUDA(), to, "driver_version", to.driver_version, "devices", to.devices);
   }
 
   static void Read(const Place& from, NvLink& to) { ReadMembers(from, "remote", to.remote, "version", to.version); }
@@ -241,7 +260,7 @@ struct MachineReader : JsonReader<MachineReader> {
                 "endless_nvlinks", to.has_endless_links);
   }
 
-  static void Read(const Place& from, NVML& to) { ReadLibrary(from, to, "devices", to.devices); }
+  static void Read(const Place& from, NVML& to) { ReadLibrary(from, SimulatedNVML(), to, "devices", to.devices); }
 
   static void Read(const Place& from, NVAPIDeviceIDs& to) {
     ReadMembers(from, "device", to.device, "subsystem", to.subsystem, "revision", to.revision, "external_device",
@@ -262,8 +281,8 @@ struct MachineReader : JsonReader<MachineReader> {
   }
 
   static void Read(const Place& from, NVAPI& to) {
-    ReadLibrary(from, to, "driver_version", to.driver_version, "gpus", to.gpus, "displays", to.displays,
-                "endless_displays", to.has_endless_displays);
+    ReadLibrary(from, SimulatedNVAPI(), to, "driver_version", to.driver_version, "gpus", to.gpus, "displays",
+                to.displays, "endless_displays", to.has_endless_displays);
   }
 
   static void Read(const Place& from, ADLAdapter& to) {
@@ -274,13 +293,18 @@ struct MachineReader : JsonReader<MachineReader> {
   }
 
   static void Read(const Place& from, ADL& to) {
-    ReadLibrary(from, to, "driver_version", to.driver_version, "primary_adapter", to.primary_adapter, "adapters",
-                to.adapters);
+    ReadLibrary(from, SimulatedADL(), to, "driver_version", to.driver_version, "primary_adapter", to.primary_adapter,
+                "adapters", to.adapters);
   }
 
   static void Read(const Place& from, Failure& to) {
-    if (from.json.is_string()) return Read(from, to.call);
-    ReadMembers(from, "call", to.call, "device", to.device, "status", to.status, "writes", to.writes);
+    if (from.json.is_string()) {
+      Read(from, to.call);
+    } else {
+      ReadMembers(from, "call", to.call, "device", to.device, "status", to.status, "writes", to.writes);
+    }
+    const std::string name = to.call.substr(0, to.call.find(' '));
+    if (!IsKnownCall(name)) from.Fail(fmt::format("there is no call \"{}\"", name));
   }
 
   static void Read(const Place& from, Machine& to) {
@@ -300,7 +324,9 @@ Machine LoadMachine(const std::string& path) {
   Machine machine;
   try {
     MachineReader::Read({Json::parse(file), path}, machine);
-  } catch (const Json::exception& error) {
+  } catch (const MachineError&) {
+    throw;
+  } catch (const std::exception& error) {
     throw MachineError(path + ": " + error.what());
   }
   return machine;

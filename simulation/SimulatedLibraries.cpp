@@ -1,5 +1,7 @@
 #include "SimulatedLibraries.h"
 
+#include <algorithm>
+#include <array>
 #include <utility>
 
 namespace Vexil {
@@ -7,7 +9,41 @@ namespace Vexil {
 using namespace Simulation;
 
 namespace {
+
 thread_local std::optional<int> t_status;
+
+std::array<const SimulatedLibrary*, 5> AllLibraries() {
+  return {&SimulatedOpenCL(), &SimulatedCUDA(), &SimulatedNVML(), &SimulatedNVAPI(), &SimulatedADL()};
+}
+
+const std::set<std::string> kCallsOfWindows = {"CreateDXGIFactory",
+                                               "EnumAdapters1",
+                                               "EnumDisplayDevices",
+                                               "EnumDisplaySettings",
+                                               "EnumOutputs",
+                                               "GetDesc",
+                                               "GetDesc2",
+                                               "GetProcAddress",
+                                               "GlobalMemoryStatusEx",
+                                               "LoadLibrary",
+                                               "QueryInterface",
+                                               "RegGetValue",
+                                               "SetupDiEnumDeviceInfo",
+                                               "SetupDiGetClassDevs",
+                                               "SetupDiGetDeviceProperty",
+                                               "SetupDiGetDeviceRegistryProperty"};
+
+}  // namespace
+
+bool Simulation::Offers(const SimulatedLibrary& library, const std::string& entry_point) {
+  return library.exports.contains(entry_point) || library.functions.contains(entry_point);
+}
+
+bool Simulation::IsKnownCall(const std::string& name) {
+  const auto libraries = AllLibraries();
+  return kCallsOfWindows.contains(name) ||
+         std::any_of(libraries.begin(), libraries.end(),
+                     [&](const SimulatedLibrary* library) { return Offers(*library, name); });
 }
 
 std::optional<int> Simulation::TakeStatus() { return std::exchange(t_status, std::nullopt); }
@@ -24,8 +60,7 @@ bool Simulation::EntryFails(const SimulatedLibrary& library, std::string_view ca
 }
 
 void* OpenLibrary(const char* file_name) {
-  for (const SimulatedLibrary* library :
-       {&SimulatedOpenCL(), &SimulatedCUDA(), &SimulatedNVML(), &SimulatedNVAPI(), &SimulatedADL()}) {
+  for (const SimulatedLibrary* library : AllLibraries()) {
     if (std::string_view(library->file_name) != file_name) continue;
     if (library->installed() == nullptr || CallFails("LoadLibrary", file_name)) return nullptr;
     CountOpen(file_name, 1);

@@ -2,6 +2,7 @@
 
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <type_traits>
@@ -21,6 +22,8 @@ struct SimulatedLibrary {
   /// The machine's; null where the library is not installed.
   const Library* (*installed)();
   std::map<std::string, Symbol> exports;
+  /// Functions that the library hands out in another way.
+  std::set<std::string> functions = {};
 };
 
 /// Every entry point passes here first. True when it has to fail at once; what it then returns, or returns
@@ -57,6 +60,12 @@ template <auto entry>
 Symbol ToSymbol() {
   return reinterpret_cast<Symbol>(decltype(ReplacementFor(entry))::template Call<entry>);
 }
+
+/// Whether any version of the library has this entry point.
+bool Offers(const SimulatedLibrary& library, const std::string& entry_point);
+
+/// Whether a call of this name is ever made, of a library or of Windows.
+bool IsKnownCall(const std::string& name);
 
 template <typename Section>
 const Library* Installed(const std::optional<Section>& section) {

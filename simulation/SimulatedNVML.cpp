@@ -66,9 +66,10 @@ const char* nvmlErrorString(int result) {
   return result == kNotSupported ? "Not Supported" : result == kUnknownError ? "Unknown Error" : "Invalid Argument";
 }
 
-int nvmlSystemGetDriverVersion(char* version, unsigned length) {
-  WriteText("537.41", version, length);
-  return kSuccess;
+int nvmlSystemGetDriverVersion(char*, unsigned) {
+  ReportMisuse("nobody asks NVML for the driver version");
+  const int refusal = Refusal("nvmlSystemGetDriverVersion");
+  return refusal != kSuccess ? refusal : kNotSupported;
 }
 
 int nvmlDeviceGetCount_v2(unsigned* count) {

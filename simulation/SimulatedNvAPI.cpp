@@ -236,11 +236,19 @@ void* QueryInterface(Number id) {
   return nullptr;
 }
 
+std::set<std::string> FunctionNames() {
+  std::set<std::string> names;
+  for (const Function& function : kFunctions) names.insert(function.name);
+  return names;
+}
+
 }  // namespace
 
 const SimulatedLibrary& SimulatedNVAPI() {
-  static const SimulatedLibrary library = {
-      kName, [] { return Installed(TheMachine().nvapi); }, {{"nvapi_QueryInterface", ToSymbol<QueryInterface>()}}};
+  static const SimulatedLibrary library = {kName,
+                                           [] { return Installed(TheMachine().nvapi); },
+                                           {{"nvapi_QueryInterface", ToSymbol<QueryInterface>()}},
+                                           FunctionNames()};
   return library;
 }
 

@@ -214,7 +214,8 @@ const SimulatedLibrary& SimulatedOpenCL() {
        {"clGetPlatformInfo", ToSymbol<clGetPlatformInfo>()},
        {"clGetDeviceIDs", ToSymbol<clGetDeviceIDs>()},
        {"clGetDeviceInfo", ToSymbol<clGetDeviceInfo>()},
-       {"clGetExtensionFunctionAddressForPlatform", ToSymbol<clGetExtensionFunctionAddressForPlatform>()}}};
+       {"clGetExtensionFunctionAddressForPlatform", ToSymbol<clGetExtensionFunctionAddressForPlatform>()}},
+      {"clGetDeviceIDsFromD3D10KHR"}};
   return library;
 }
 

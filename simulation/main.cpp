@@ -1,22 +1,36 @@
+#include <exception>
 #include <iostream>
+#include <string_view>
 
 #include "CommandLine.h"
 #include "LoadMachine.h"
 #include "Simulation.h"
 #include "Vexil.h"
 
-// The companion program on a machine made of data: the first argument is the machine's file, the others
-// are the program's.
+namespace {
+
+constexpr const char* kUsage =
+    "Usage: vexil-sim MACHINE [ARGUMENT...]\n"
+    "\n"
+    "The program vexil on a simulated machine, which the file MACHINE describes.\n"
+    "The arguments are those of vexil.\n";
+
+}  // namespace
+
 int main(int argc, char** argv) {
   if (argc < 2) {
-    std::cerr << "Usage: vexil-sim MACHINE [ARGUMENT...]\n";
+    std::cerr << kUsage;
     return 2;
+  }
+  if (argv[1] == std::string_view("--help")) {
+    std::cout << kUsage;
+    return 0;
   }
   try {
     Vexil::Simulation::SetMachine(Vexil::Simulation::LoadMachine(argv[1]));
-  } catch (const Vexil::Simulation::MachineError& error) {
-    std::cerr << error.what() << '\n';
+    return Vexil::Program::RunCommandLine(argc - 1, argv + 1, *GetInstance(), std::cout, std::cerr);
+  } catch (const std::exception& error) {
+    std::cerr << "vexil-sim: " << error.what() << '\n';
     return 2;
   }
-  return Vexil::Program::RunCommandLine(argc - 1, argv + 1, *GetInstance(), std::cout, std::cerr);
 }

@@ -1,0 +1,59 @@
+#include <fstream>
+
+#include "MachineTest.h"
+#include "SimulatedLibraries.h"
+
+namespace Vexil::Tests {
+namespace {
+
+/// What LoadMachine says of a file with this text; empty where it takes it.
+std::string Complaint(const std::string& text) {
+  const std::string path = testing::TempDir() + "vexil-machine-file.json";
+  std::ofstream(path) << text;
+  try {
+    Simulation::LoadMachine(path);
+  } catch (const Simulation::MachineError& error) {
+    return std::string(error.what()).substr(path.size());
+  }
+  return "";
+}
+
+TEST(MachineFiles, SlipsAreTold) {
+  constexpr const char* kNoNumber = R"(expected a whole number, or a text such as "0x10de")";
+  constexpr const char* kNoRoom = "there is no room for such a number";
+  const std::vector<std::pair<std::string, std::string>> cases = {
+      {R"({"cudaa": {}})", R"(: nobody knows "cudaa" here)"},
+      {R"({"nvapi": {"gpus": [{}, {"nam": ""}]}})", R"(.nvapi.gpus[1]: nobody knows "nam" here)"},
+      {R"({"cuda": {"missing": ["cuInitxx"]}})", R"(.cuda: "cuInitxx" is no entry point of nvcuda.dll)"},
+      {R"({"nvapi": {"missing": ["cuInit"]}})", R"(.nvapi: "cuInit" is no entry point of nvapi64.dll)"},
+      {R"({"failures": ["cuInitt"]})", R"(.failures[0]: there is no call "cuInitt")"},
+      {R"({"failures": [{"call": "cuInitt 3"}]})", R"(.failures[0]: there is no call "cuInitt")"},
+      {R"({"windows": {"threads": 4294967296}})", std::string(".windows.threads: ") + kNoRoom},
+      {R"({"windows": {"threads": -2}})", std::string(".windows.threads: ") + kNoRoom},
+      {R"({"windows": {"threads": "0x100000000"}})", std::string(".windows.threads: ") + kNoNumber},
+      {R"({"windows": {"threads": "0x1g"}})", std::string(".windows.threads: ") + kNoNumber},
+      {R"({"windows": {"threads": 1.5}})", std::string(".windows.threads: ") + kNoNumber},
+      {R"({"windows": {"memory_mib": -5}})", ".windows.memory_mib: expected a number of MiB"},
+      {R"({"windows": {"memory_mib": 1e30}})", ".windows.memory_mib: expected a number of MiB"},
+      {R"({"adl": {"claimed_count": 18446744073709551615}})", std::string(".adl.claimed_count: ") + kNoRoom},
+      {R"({"display_adapters": [{"outputs": [{"state": "attached"}]}]})",
+       ".display_adapters[0].outputs[0].state: expected a list"},
+      {R"({"windows": {"threads": -1}, "adl": {"adapters": [{"vendor_id": "0xFFFFFFFF"}]}})", ""},
+      {R"({"failures": ["cuDeviceGetAttribute 33"], "nvapi": {"missing": ["NvAPI_GPU_GetMemoryInfo"]}})", ""},
+  };
+  for (const auto& [text, complaint] : cases) EXPECT_EQ(Complaint(text), complaint) << text;
+}
+
+class KnownCalls : public MachineTest {};
+
+TEST_F(KnownCalls, AreAllThatARichMachineSees) {
+  Simulation::SetMachine(LoadTestMachine("five-gpus"));
+  Simulation::WatchCalls([](std::uint64_t, std::string_view call, std::string_view) {
+    EXPECT_TRUE(Simulation::IsKnownCall(std::string(call))) << call;
+    return false;
+  });
+  TestDetector().Detect({});
+}
+
+}  // namespace
+}  // namespace Vexil::Tests
