@@ -25,7 +25,10 @@ constexpr const char* kName = "nvapi64.dll";
 constexpr std::uintptr_t kFirstGPU = 0xA0100;
 constexpr std::uintptr_t kFirstDisplay = 0xA0200;
 
-Handle GPUHandle(std::size_t place) { return reinterpret_cast<Handle>(kFirstGPU + place); }
+/// The GPUs' handles die with the library: once it is loaded anew they are others.
+std::uintptr_t FirstGPU() { return kFirstGPU + static_cast<std::uintptr_t>(Observed().loads.at(kName) - 1) * 0x1000; }
+
+Handle GPUHandle(std::size_t place) { return reinterpret_cast<Handle>(FirstGPU() + place); }
 std::int64_t PlaceFrom(std::uintptr_t first, Handle handle) {
   return static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(handle)) - static_cast<std::int64_t>(first);
 }
@@ -37,8 +40,8 @@ int Refusal(const char* call, std::int64_t device = kNoDevice) {
 }
 
 int Refusal(const char* call, Handle gpu, const NVAPIGPU*& found) {
-  if (const int refusal = Refusal(call, PlaceFrom(kFirstGPU, gpu))) return refusal;
-  found = At(TheMachine().nvapi->gpus, PlaceFrom(kFirstGPU, gpu));
+  if (const int refusal = Refusal(call, PlaceFrom(FirstGPU(), gpu))) return refusal;
+  found = At(TheMachine().nvapi->gpus, PlaceFrom(FirstGPU(), gpu));
   return found != nullptr ? kOK : kHandleInvalidated;
 }
 

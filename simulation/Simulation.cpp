@@ -65,7 +65,9 @@ bool CallFails(std::string_view call, std::int64_t device) { return CallFails(ca
 
 void CountOpen(const std::string& library, int change) {
   const std::lock_guard lock(TheState().mutex);
-  TheState().observed.open[library] += change;
+  Observations& observed = TheState().observed;
+  if (observed.open[library] == 0 && change > 0) ++observed.loads[library];
+  observed.open[library] += change;
 }
 
 void CountUp(const std::string& library, int change) {

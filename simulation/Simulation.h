@@ -24,6 +24,8 @@ struct Observations {
   // In this process. By library: opened and not yet closed, started and not yet shut down.
   std::map<std::string, int> open;
   std::map<std::string, int> up;
+  /// How often it came into memory.
+  std::map<std::string, int> loads;
 };
 
 /// Takes the place of the machine before. Nothing may be running on it.
