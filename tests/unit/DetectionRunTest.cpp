@@ -3,6 +3,7 @@
 #include <sstream>
 #include <thread>
 
+#include "LiveMemory.h"
 #include "MachineTest.h"
 #include "SystemInfo/WindowsSystemInfo.h"
 
@@ -191,6 +192,29 @@ TEST_F(DetectionRun, TellsLiveMemory) {
   SetMachine(machine);
   EXPECT_EQ(memory(gpus[1].id), "0 0 of 0");
   EXPECT_EQ(memory(gpus[2].id), "0 0 of 0");
+}
+
+TEST_F(DetectionRun, AsksNoDriverForMemoryThatItCannotTell) {
+  SetMachine(LoadTestMachine("five-gpus"));
+  FlatBuffers::MatchedGPUT matched;
+  matched.gpu = std::make_shared<GPUT>();
+  matched.nvapi = std::make_shared<FlatBuffers::NvAPIGPUT>();
+  matched.opencl = std::make_shared<FlatBuffers::OpenCLGPUT>();
+  const auto is_asked = [&](Vendor vendor, std::uint64_t handle, std::uint64_t device, bool amd_attribute_query) {
+    matched.gpu->vendor = vendor;
+    matched.nvapi->handle = handle;
+    matched.opencl->device_id = device;
+    matched.opencl->amd_attribute_query = amd_attribute_query;
+    std::uint64_t free = 1;
+    std::uint64_t total = 1;
+    return QueryGPUMemory(matched, free, total) || free != 1 || total != 1;
+  };
+  EXPECT_TRUE(is_asked(Vendor::NVIDIA, 1, 0, false));
+  EXPECT_FALSE(is_asked(Vendor::NVIDIA, 0, 1, true));
+  EXPECT_TRUE(is_asked(Vendor::AMD, 0, 1, true));
+  EXPECT_FALSE(is_asked(Vendor::AMD, 1, 1, false));
+  EXPECT_FALSE(is_asked(Vendor::AMD, 1, 0, true));
+  EXPECT_FALSE(is_asked(Vendor::Intel, 1, 1, true));
 }
 
 TEST_F(DetectionRun, TellsSystemMemoryWithoutDetecting) {

@@ -53,7 +53,7 @@ TEST_F(OpenCLSource, Lists) {
   const auto failing = [](Platform platform, const std::string& call) {
     return [=](Machine& machine) {
       machine.opencl->platforms = {machine.opencl->platforms[platform]};
-      machine.failures = {{call, {}}};
+      machine.failures = {{call, {}, 999, true}};
     };
   };
   const std::pair<std::string, std::string> first_unknown = {"at 3:0", "at -1:-1"};
@@ -91,6 +91,10 @@ TEST_F(OpenCLSource, Lists) {
           {"a version inside a text",
            only(kIntel, [](auto& platform, auto&) { platform.version = "the OpenCL 12.34."; }),
            With(intel, {{"3.0", "12.34"}})},
+          {"the longest text", only(kIntel, [](auto&, auto& device) { device.claimed_text_size = 1 << 20; }), intel},
+          {"texts of absurd size",
+           only(kIntel, [](auto&, auto& device) { device.claimed_text_size = (1 << 20) + 1; }),
+           {R"-(10001 "" on "Intel(R) OpenCL Graphics" 3.0, , "", 52334 MiB unified at -1:-1, peers [])-"}},
           {"blanks around a text",
            only(kIntel, [](auto&, auto& device) { device.driver_version = " \t31.0.101.4502\n"; }), intel},
           {"topology", failing(kAMD, "clGetDeviceInfo 0x4037"), With(amd, {first_unknown, second_unknown})},
@@ -109,6 +113,13 @@ TEST_F(OpenCLSource, Lists) {
            With(amd, {{"Radeon RX 6800 XT", std::string(4096, 'x')}})},
           {"peers", failing(kAMD, "clGetDeviceInfo 0x4089"), With(amd, {{"[10002]", "[]"}, {"[10001]", "[]"}})},
           {"more peers than there are", only(kAMD, [](auto&, auto& device) { device.peer_count = 1ULL << 62; }), amd},
+          {"peers of a maker known by the device's name",
+           only(kAMD,
+                [](auto&, auto& device) {
+                  device.vendor = "Somebody";
+                  device.name = "AMD gfx1030";
+                }),
+           {With({amd[0]}, {{"Advanced Micro Devices, Inc.", "Somebody"}})[0], amd[1]}},
           {"a single GPU has no peers", only(kAMD, [](auto& platform, auto&) { platform.devices.pop_back(); }),
            With({amd[0]}, {{"[10002]", "[]"}})},
           {"with both extensions NVIDIA's counts",
@@ -208,8 +219,9 @@ TEST_F(OpenCLSource, SharesWithDirectXAdaptersOfItsVendor) {
              machine.opencl->platforms[1].extensions.clear();
            },
            links("50000 50001", "50000 50002", "30000 30001")},
-          {"no address", Failing("clGetExtensionFunctionAddressForPlatform"), links(none, none, none)},
+          {"no address", FailingAtOnce("clGetExtensionFunctionAddressForPlatform"), links(none, none, none)},
           {"no device", Failing("clGetDeviceIDsFromD3D10KHR"), links(none, none, none)},
+          {"success without a device", FailingAtOnce("clGetDeviceIDsFromD3D10KHR", {}, 0), links(none, none, none)},
           {"an adapter that no device has", [](Machine& machine) { machine.opencl->platforms[2].devices[0].luid = 1; },
            links("20000 20001", "20000 20002", none)},
       },
@@ -244,6 +256,15 @@ TEST_F(AMDDLSource, Lists) {
   Check<FlatBuffers::AMDDLGPUT>(
       {
           {"sound", Nothing(), sound},
+          {"warnings are no errors",
+           [](Machine& machine) {
+             for (const char* call :
+                  {"ADL_Main_Control_Create", "ADL_Adapter_NumberOfAdapters_Get", "ADL_Adapter_Primary_Get",
+                   "ADL_Adapter_AdapterInfo_Get", "ADL_Adapter_ASICFamilyType_Get"}) {
+               machine.failures.push_back({call, {}, 1, true});
+             }
+           },
+           sound},
           {"not installed", NotInstalled(&Machine::adl), {}},
           {"required entry point", Missing(&Machine::adl, "ADL_Adapter_ASICFamilyType_Get"), {}},
           {"count",
@@ -297,6 +318,14 @@ TEST_F(AMDDLSource, StaysLoadedWhereItDoesNotStart) {
   EXPECT_TRUE(GetAMDDLGPUs().empty());
   EXPECT_EQ(TakeLog(), Texts{"WARN Failed to initialize, control create error."});
   EXPECT_EQ(Observed().open.at("atiadlxx.dll"), before["atiadlxx.dll"] + 1);
+}
+
+TEST_F(AMDDLSource, StartsOnce) {
+  SetMachine(LoadTestMachine("five-gpus"));
+  AMDDisplayLibrary library;
+  EXPECT_TRUE(library.Initialize());
+  EXPECT_TRUE(library.Initialize());
+  EXPECT_EQ(Observed().up.at("atiadlxx.dll"), 1);
 }
 
 TEST_F(AMDDLSource, DriverVersion) {

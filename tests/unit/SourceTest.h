@@ -18,8 +18,16 @@ inline Change Nothing() {
   return [](Simulation::Machine&) {};
 }
 
-inline Change Failing(const std::string& call, std::optional<std::int64_t> device = {}) {
-  return [=](Simulation::Machine& machine) { machine.failures.push_back({call, device}); };
+/// A call that fails, but has answered all the same.
+inline Change Failing(const std::string& call, std::optional<std::int64_t> device = {}, std::int32_t status = 999,
+                      bool writes = true) {
+  return [=](Simulation::Machine& machine) { machine.failures.push_back({call, device, status, writes}); };
+}
+
+/// A call that does not answer, whatever it returns.
+inline Change FailingAtOnce(const std::string& call, std::optional<std::int64_t> device = {},
+                            std::int32_t status = 999) {
+  return Failing(call, device, status, false);
 }
 
 template <typename Section>
