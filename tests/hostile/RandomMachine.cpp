@@ -28,17 +28,22 @@ class Generator {
     machine.desktop = Several(&Generator::MakeOutput);
     machine.display_class = Several(&Generator::MakeClassDevice);
     machine.dxgi = Maybe(Several(&Generator::MakeGraphicsAdapter));
-    if (Chance(80)) AddTo(machine.opencl, SimulatedOpenCL()).platforms = Several(&Generator::MakeOpenCLPlatform);
-    if (Chance(60)) AddTo(machine.cuda, SimulatedCUDA()).devices = Several(&Generator::MakeCUDADevice);
-    if (Chance(60)) AddTo(machine.nvml, SimulatedNVML()).devices = Several(&Generator::MakeNVMLDevice);
+    if (Chance(80))
+      AddTo(machine, machine.opencl, SimulatedOpenCL()).platforms = Several(&Generator::MakeOpenCLPlatform);
+    if (Chance(60)) AddTo(machine, machine.cuda, SimulatedCUDA()).devices = Several(&Generator::MakeCUDADevice);
+    if (Chance(60)) AddTo(machine, machine.nvml, SimulatedNVML()).devices = Several(&Generator::MakeNVMLDevice);
     if (Chance(60)) {
-      NVAPI& nvapi = AddTo(machine.nvapi, SimulatedNVAPI());
+      NVAPI& nvapi = AddTo(machine, machine.nvapi, SimulatedNVAPI());
       nvapi.driver_version = Number32();
       nvapi.gpus = Several(&Generator::MakeNVAPIGPU);
       nvapi.displays = Several(&Generator::MakeNVAPIDisplay);
+      nvapi.has_endless_displays = Chance(5);
+      for (const char* call : {"NvAPI_EnumPhysicalGPUs", "NvAPI_GetPhysicalGPUsFromDisplay", "NvAPI_GPU_GetFullName"}) {
+        MaybeFail(machine, call);
+      }
     }
     if (Chance(60)) {
-      ADL& adl = AddTo(machine.adl, SimulatedADL());
+      ADL& adl = AddTo(machine, machine.adl, SimulatedADL());
       adl.driver_version = Version();
       adl.primary_adapter = Maybe(static_cast<std::int32_t>(Below(4)));
       adl.adapters = Several(&Generator::MakeADLAdapter);
@@ -171,13 +176,26 @@ class Generator {
   // Vendors' libraries
 
   template <typename Section>
-  Section& AddTo(std::optional<Section>& section, const SimulatedLibrary& library) {
+  Section& AddTo(Machine& machine, std::optional<Section>& section, const SimulatedLibrary& library) {
     section.emplace();
     section->claimed_count = ClaimedCount();
     for (const auto& [name, symbol] : library.exports) {
       if (Chance(2)) section->missing.insert(name);
+      // Starting and stopping either succeeds or fails.
+      if (name.find("Get") != std::string::npos) MaybeFail(machine, name);
     }
     return *section;
+  }
+
+  /// With any status, after an answer or without one.
+  void MaybeFail(Machine& machine, const std::string& call) {
+    constexpr std::array<std::int32_t, 4> kStatuses = {0, 1, -1, 999};
+    if (Chance(4)) machine.failures.push_back({call, {}, OneOf(kStatuses), Chance(50)});
+  }
+
+  std::optional<std::uint64_t> ClaimedTextSize() {
+    constexpr std::array<std::uint64_t, 5> kSizes = {0, 1, 1 << 20, (1 << 20) + 1, ~0ULL};
+    return Chance(5) ? std::optional(OneOf(kSizes)) : std::nullopt;
   }
 
   OpenCLDevice MakeOpenCLDevice() {
@@ -194,12 +212,15 @@ class Generator {
             Maybe(Number()),
             Several(&Generator::Index),
             ClaimedCount(),
-            Maybe<std::uint64_t>(Below(4))};
+            Maybe<std::uint64_t>(Below(4)),
+            ClaimedTextSize()};
   }
 
   OpenCLPlatform MakeOpenCLPlatform() {
     const std::optional<std::string> device_vendor = Chance(10) ? std::optional("Microsoft") : std::nullopt;
-    return {Name(), Version(), Extensions(), device_vendor, ClaimedCount(), Several(&Generator::MakeOpenCLDevice)};
+    return {Name(),           Version(),      Extensions(),
+            device_vendor,    ClaimedCount(), Several(&Generator::MakeOpenCLDevice),
+            ClaimedTextSize()};
   }
 
   CUDADevice MakeCUDADevice() {
@@ -216,7 +237,8 @@ class Generator {
             Maybe(Number32()),
             Maybe(Number32()),
             Maybe(Text()),
-            Several(&Generator::MakeNvLink)};
+            Several(&Generator::MakeNvLink),
+            Chance(3)};
   }
 
   NVAPIGPU MakeNVAPIGPU() {
@@ -233,7 +255,7 @@ class Generator {
             Number32()};
   }
 
-  NVAPIDisplay MakeNVAPIDisplay() { return {Display(), Chance(70), Several(&Generator::Index)}; }
+  NVAPIDisplay MakeNVAPIDisplay() { return {Display(), Chance(70), Several(&Generator::Index), ClaimedCount()}; }
 
   ADLAdapter MakeADLAdapter() {
     constexpr std::array<std::int32_t, 6> kVendors = {0x1002, 0x1022, 1002, 1022, 0x8086, -1};

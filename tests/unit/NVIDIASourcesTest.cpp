@@ -1,7 +1,11 @@
 #include <fmt/format.h>
 
+#include <chrono>
+#include <thread>
+
 #include "DetectCommon/CUDADetector.h"
 #include "NVIDIA/NVML.h"
+#include "NVIDIA/NvAPI.h"
 #include "NVIDIA/NvAPIDetector.h"
 #include "NVIDIA/NvAPIDriverVersion.h"
 #include "SourceTest.h"
@@ -276,6 +280,42 @@ TEST_F(NVIDIASources, LiveMemoryBringsNVAPIUpAndKeepsItUp) {
   }());
   EXPECT_FALSE(GetNvAPIMemoryInfo(gpus[1], available, total));
   EXPECT_EQ(available + total, 0U);
+}
+
+TEST_F(NVIDIASources, NVAPIServesManyThreads) {
+  using std::this_thread::sleep_for, std::chrono::milliseconds;
+  const auto in_threads = [](const std::function<void()>& work) {
+    SetMachine(LoadTestMachine("five-gpus"));
+    // Time for another thread to come in between.
+    Simulation::WatchCalls([](auto, std::string_view call, auto) {
+      if (call != "NvAPI_GPU_GetMemoryInfo") sleep_for(milliseconds(1));
+      return false;
+    });
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) threads.emplace_back(work);
+    for (std::thread& thread : threads) thread.join();
+    EXPECT_EQ(Observed().misuses, Texts());
+  };
+  for (int time = 0; time < 10; ++time) {
+    in_threads([] {
+      EXPECT_EQ(NvAPI_Initialize(), NVAPI_OK);
+      NvPhysicalGpuHandle gpus[NVAPI_MAX_PHYSICAL_GPUS] = {};
+      NvU32 count = 0;
+      EXPECT_EQ(NvAPI_EnumPhysicalGPUs(gpus, &count), NVAPI_OK);
+      EXPECT_EQ(count, 2U);
+      EXPECT_EQ(NvAPI_Unload(), NVAPI_OK);
+    });
+    EXPECT_EQ(Observed().up.at("nvapi64.dll"), 0);
+    EXPECT_EQ(Observed().open.at("nvapi64.dll"), 1);
+    const auto gpus = GetNvAPIGPUs();
+    in_threads([&] {
+      std::uint64_t available = 0;
+      std::uint64_t total = 0;
+      EXPECT_TRUE(GetNvAPIMemoryInfo(gpus.at(0), available, total));
+    });
+    EXPECT_EQ(Observed().up.at("nvapi64.dll"), 1);
+    EndProcess();
+  }
 }
 
 TEST_F(NVIDIASources, DriverVersion) {
