@@ -4,6 +4,7 @@
 #include <Vexil/Vexil.h>
 #include <windows.h>
 
+#include <cstdlib>
 #include <fstream>
 #include <iostream>
 #include <iterator>
@@ -27,6 +28,8 @@ bool RunWithin(DWORD milliseconds, std::string command_line) {
   STARTUPINFOA startup = {};
   startup.cb = sizeof(startup);
   PROCESS_INFORMATION info = {};
+  // The new process inherits it: a crash ends it at once, without a message box that waits for somebody.
+  SetErrorMode(SEM_NOGPFAULTERRORBOX);
   if (CreateProcessA(nullptr, command_line.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr,
                      &startup, &info) == FALSE) {
     return false;
@@ -56,13 +59,14 @@ std::optional<DetectionResultT> ReadResult(const std::string& path) {
 
 }  // namespace
 
-int main() {
+// isolated_detection [SECONDS]
+int main(int count, char** arguments) {
   char folder[MAX_PATH] = {};
   char path[MAX_PATH] = {};
   if (GetTempPathA(sizeof(folder), folder) == 0 || GetTempFileNameA(folder, "vxl", 0, path) == 0) return 2;
 
-  constexpr DWORD kTimeLimit = 30000;
-  const bool finished = RunWithin(kTimeLimit, "vexil.exe save \"" + std::string(path) + "\"");
+  const DWORD seconds = count > 1 ? std::strtoul(arguments[1], nullptr, 10) : 30;
+  const bool finished = RunWithin(seconds * 1000, "vexil.exe save \"" + std::string(path) + "\"");
   const auto result = finished ? ReadResult(path) : std::nullopt;
   DeleteFileA(path);
   if (!result) {

@@ -1,5 +1,7 @@
 #include <gtest/gtest.h>
 
+#include <cstdlib>
+
 #include "DetectCommon/OpenCLDetector.h"
 
 namespace Vexil::Tests {
@@ -11,8 +13,8 @@ TEST(OpenCLImplementation, IsListedWithItsDevice) {
   const auto gpus = GetOpenCLGPUs();
   ASSERT_EQ(gpus.size(), 1U);
   const FlatBuffers::OpenCLGPUT& gpu = *gpus.begin();
-  EXPECT_EQ(gpu.platform_name, "Oclgrind");
-  EXPECT_NE(gpu.name.find("Oclgrind"), std::string::npos) << gpu.name;
+  EXPECT_EQ(gpu.platform_name, std::getenv("VEXIL_TEST_OPENCL"));
+  EXPECT_NE(gpu.name, "");
   EXPECT_NE(gpu.platform_id, 0U);
   EXPECT_NE(gpu.device_id, 0U);
   EXPECT_GT(gpu.memory_mib, 0);

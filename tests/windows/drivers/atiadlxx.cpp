@@ -25,8 +25,14 @@ DRIVER_CALL int ADL_Main_Control_Destroy() {
   is_up = false;
   return was_up ? 0 : kError;
 }
-DRIVER_CALL int ADL_Adapter_NumberOfAdapters_Get(int* count) { return *count = kOutputs, is_up ? 0 : kError; }
-DRIVER_CALL int ADL_Adapter_Primary_Get(int* adapter) { return *adapter = kFirstAdapter, 0; }
+DRIVER_CALL int ADL_Adapter_NumberOfAdapters_Get(int* count) {
+  *count = kOutputs;
+  return is_up ? 0 : kError;
+}
+DRIVER_CALL int ADL_Adapter_Primary_Get(int* adapter) {
+  *adapter = kFirstAdapter;
+  return 0;
+}
 DRIVER_CALL int ADL_Adapter_ASICFamilyType_Get(int adapter, int* types, int* valid) {
   if (adapter < kFirstAdapter) return kError;
   *types = kFusion;
@@ -51,4 +57,7 @@ DRIVER_CALL int ADL_Adapter_AdapterInfo_Get(char* records, int size) {
   }
   return 0;
 }
-DRIVER_CALL int ADL_Graphics_Versions_Get(char* versions) { return PutText(versions, 0, "23.10.01.41-230915a"), 0; }
+DRIVER_CALL int ADL_Graphics_Versions_Get(char* versions) {
+  PutText(versions, 0, "23.10.01.41-230915a");
+  return 0;
+}

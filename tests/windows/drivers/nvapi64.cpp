@@ -20,15 +20,30 @@ static_assert(sizeof(MemoryInfo) == 32);
 
 constexpr int kNotInitialized = -4;
 constexpr int kEndOfEnumeration = -7;
+constexpr int kInvalidHandle = -8;
 constexpr int kIncompatibleStructure = -9;
 int users = 0;
 
-int Initialize() { return ++users, 0; }
-int Unload() { return users > 0 ? (--users, 0) : kNotInitialized; }
-int Tell(std::uint32_t* output, std::uint32_t value) { return *output = value, users > 0 ? 0 : kNotInitialized; }
+int Initialize() {
+  ++users;
+  return 0;
+}
+int Unload() {
+  if (users == 0) return kNotInitialized;
+  --users;
+  return 0;
+}
+int Tell(std::uint32_t* output, std::uint32_t value) {
+  *output = value;
+  return users > 0 ? 0 : kNotInitialized;
+}
+int Text(char* output, const char* text) {
+  std::snprintf(output, 64, "%s", text);
+  return 0;
+}
 
 int GetDriverAndBranchVersion(std::uint32_t* version, char* branch) {
-  std::snprintf(branch, 64, "r535_00");
+  Text(branch, "r535_00");
   return Tell(version, 53741);
 }
 int EnumPhysicalGPUs(GPU** handles, std::uint32_t* count) {
@@ -38,16 +53,18 @@ int EnumPhysicalGPUs(GPU** handles, std::uint32_t* count) {
 }
 // One display, attached to the second card.
 int EnumDisplayHandle(std::uint32_t index, void** display) {
-  return index == 0 ? (*display = &gpus[1], 0) : kEndOfEnumeration;
+  if (index > 0) return kEndOfEnumeration;
+  *display = &gpus[1];
+  return 0;
 }
 int EnumUnattachedDisplayHandle(std::uint32_t, void**) { return kEndOfEnumeration; }
-int GetDisplayName(void*, char* name) { return std::snprintf(name, 64, "\\\\.\\DISPLAY1"), 0; }
+int GetDisplayName(void*, char* name) { return Text(name, "\\\\.\\DISPLAY1"); }
 int GetGPUsFromDisplay(void* display, GPU** handles, std::uint32_t* count) {
   handles[0] = static_cast<GPU*>(display);
   return Tell(count, 1);
 }
-int GetFullName(GPU* gpu, char* name) { return std::snprintf(name, 64, "NVIDIA Card %u", gpu->index), 0; }
-int GetVBIOSVersion(GPU*, char* version) { return std::snprintf(version, 64, "95.02.18.80.87"), 0; }
+int GetFullName(GPU* gpu, char* name) { return Text(name, gpu->index == 0 ? "NVIDIA Card 0" : "NVIDIA Card 1"); }
+int GetVBIOSVersion(GPU*, char* version) { return Text(version, "95.02.18.80.87"); }
 int GetBusID(GPU* gpu, std::uint32_t* bus) { return Tell(bus, kBuses[gpu->index]); }
 int GetBusSlotID(GPU*, std::uint32_t* slot) { return Tell(slot, 0); }
 int GetPCIIdentifiers(GPU* gpu, std::uint32_t* device, std::uint32_t* subsystem, std::uint32_t* revision,
@@ -61,11 +78,12 @@ int GetPCIEWidth(GPU*, std::uint32_t* width) { return Tell(width, 8); }
 int GetSystemType(GPU*, std::uint32_t* type) { return Tell(type, 2); }
 int GetGPUType(GPU*, std::uint32_t* type) { return Tell(type, 2); }
 
-int GetMemoryInfo(GPU*, MemoryInfo* info) {
+int GetMemoryInfo(GPU* gpu, MemoryInfo* info) {
   if (users == 0) return kNotInitialized;
+  if (gpu != &gpus[0] && gpu != &gpus[1]) return kInvalidHandle;
   if (info->version != 0x00030020) return kIncompatibleStructure;
   static std::uint32_t in_use = 0;
-  *info = {info->version, 25'000'000, 24'000'000, 1, 2, 20'000'000 - ++in_use, 3, 4};
+  *info = {info->version, 25'000'000 + gpu->index, 24'000'000 + gpu->index, 1, 2, 20'000'000 - ++in_use, 3, 4};
   return 0;
 }
 
