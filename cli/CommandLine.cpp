@@ -1,6 +1,8 @@
 #include "CommandLine.h"
 
 #include <CLI/CLI.hpp>
+#include <cmath>
+#include <cstdlib>
 
 #include "Commands.h"
 #include "Common/Log.h"
@@ -30,22 +32,27 @@ std::vector<std::string> Names(const char* const* names) {
   return list;
 }
 
-/// An option that takes one of these names, in any letter case, as the value at its place.
+/// An option that takes one of these names, in any letter case, as the value at its index.
 template <typename Enum>
 void AddNameOption(CLI::App& command, const char* option, std::optional<Enum>& value, const char* const* names,
                    const char* description) {
   const auto set = [&value, list = Names(names)](const std::string& name) {
-    const auto place = std::find(list.begin(), list.end(), name) - list.begin();
-    value = static_cast<Enum>(place);
+    const auto index = std::find(list.begin(), list.end(), name) - list.begin();
+    value = static_cast<Enum>(index);
   };
   command.add_option_function<std::string>(option, set, description)
       ->transform(CLI::IsMember(Names(names), CLI::ignore_case));
 }
 
+/// A check for CLI::Range, which takes "nan" for a number in its range.
+std::string IsNumber(const std::string& text) {
+  return std::isnan(std::strtod(text.c_str(), nullptr)) ? text + " is not a number" : std::string();
+}
+
 void AddGeneralOptions(CLI::App& app, Request& request) {
   app.set_version_flag("--version", std::string("vexil ") + kLibraryVersion);
   app.add_option("--from", request.from, "Answer from a saved result instead of this machine")->type_name("FILE");
-  app.add_flag("--json", request.json, "Print JSON for programs: the schema's names, nothing that is unknown");
+  app.add_flag("--json", request.json, "JSON for programs; records have the schema's names");
   app.add_flag("--verbose", request.verbose, "Print the log, with timings, on standard error");
 }
 
@@ -61,7 +68,8 @@ void AddCommands(CLI::App& app, Request& request, Command& chosen) {
   CLI::App* list = add("list", "One line per GPU", [&](const Session& s) { return List(s, request.filter); });
   AddNameOption(*list, "--vendor", request.filter.vendor, FlatBuffers::EnumNamesVendor(), "Only this vendor's");
   AddNameOption(*list, "--type", request.filter.type, FlatBuffers::EnumNamesGPUType(), "Only those of this type");
-  AddNameOption(*list, "--api", request.filter.api, FlatBuffers::EnumNamesComputeAPI(), "Only those it reaches");
+  AddNameOption(*list, "--api", request.filter.api, FlatBuffers::EnumNamesComputeAPI(),
+                "Only GPUs reachable through this interface");
   list->add_option("--find", request.filter.text, "Only those with this in identifier, vendor, name or type")
       ->type_name("TEXT");
 
@@ -73,9 +81,11 @@ void AddCommands(CLI::App& app, Request& request, Command& chosen) {
   CLI::App* memory = add("memory", "Memory in use at this moment",
                          [&](const Session& s) { return Memory(s, request.id, request.watch); });
   memory->add_option("ID", request.id, id_description);
-  CLI::Option* watch = memory->add_option("--watch", request.watch.seconds, "Again and again, this often");
-  watch->type_name("SECONDS")->check(CLI::Range(0.01, 86400.0));
-  memory->add_option("--count", request.watch.count, "How often in all, with --watch")->needs(watch);
+  CLI::Option* watch = memory->add_option("--watch", request.watch.seconds, "Repeat every SECONDS until interrupted");
+  watch->type_name("SECONDS")->check(CLI::Range(0.01, 86400.0))->check(IsNumber);
+  memory->add_option("--count", request.watch.count, "Stop after this many readings")
+      ->check(CLI::PositiveNumber)
+      ->needs(watch);
 
   CLI::App* save = add("save", "Save the result to a file", [&](const Session& s) { return Save(s, request.path); });
   save->add_option("FILE", request.path, "The file, replaced if it exists")->required();
@@ -85,7 +95,8 @@ void AddCommands(CLI::App& app, Request& request, Command& chosen) {
   rematch
       ->add_option_function<std::string>(
           "FILE", [&](const std::string& file) { request.from = file; }, "The saved result")
-      ->required();
+      ->required()
+      ->excludes(app.get_option("--from"));
 
   add("doctor", "What each source had to say, and what could not be matched", [&](const Session& s) {
     return Doctor(s);
@@ -96,7 +107,7 @@ void AddCommands(CLI::App& app, Request& request, Command& chosen) {
 Session AskDetector(const Request& request, Detector& detector, std::ostream& out, std::ostream& err) {
   std::vector<LogLine> log;
   if (request.needs_log) {
-    const LogCapture capture(request.verbose ? LogCapture::Others::GetLines : LogCapture::Others::GetNothing);
+    const LogRecorder capture(request.verbose ? LogRecorder::Others::GetLines : LogRecorder::Others::GetNothing);
     detector.Detect({});
     log = capture.Lines();
   }

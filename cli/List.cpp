@@ -3,6 +3,7 @@
 #include "Common/Text.h"
 #include "Common/Unknown.h"
 #include "Json.h"
+#include "MatchAnew.h"
 #include "TextTable.h"
 
 namespace Vexil::Program {
@@ -36,7 +37,8 @@ int List(const Session& session, const Filter& filter) {
     for (const auto* matched : selected) table.Add(Row(*matched->gpu));
     table.Print(session.out);
   }
-  return selected.empty() ? kFoundNone : kFoundGPUs;
+  WarnOfHiddenGPUs(session);
+  return FoundStatus(session, !selected.empty());
 }
 
 }  // namespace Vexil::Program

@@ -80,7 +80,6 @@ int Memory(const Session& session, const std::optional<std::string>& id, const W
   } else if (const MatchedGPUT* matched = SelectGPU(session, *id)) {
     selected = {matched};
   } else {
-    session.err << "vexil: there is no GPU \"" << *id << "\"\n";
     return kFoundNone;
   }
 
@@ -92,7 +91,7 @@ int Memory(const Session& session, const std::optional<std::string>& id, const W
     if (!session.json) session.out << '\n';
     PrintOnce(session, selected, layout);
   }
-  return selected.empty() ? kFoundNone : kFoundGPUs;
+  return FoundStatus(session, !selected.empty());
 }
 
 }  // namespace Vexil::Program

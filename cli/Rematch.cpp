@@ -1,19 +1,15 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <memory>
 
 #include "Commands.h"
-#include "DetectGPUWindows/Matching.h"
-#include "DetectGPUWindows/Monitors.h"
 #include "Json.h"
-#include "MainDisplayChoice.h"
-#include "TextTable.h"
+#include "MatchAnew.h"
+#include "Printing.h"
 #include "Version.h"
 
 namespace Vexil::Program {
 
-using FlatBuffers::DetectorsOutputT;
 using FlatBuffers::MatchedGPUT;
 using FlatBuffers::MonitorT;
 
@@ -26,18 +22,6 @@ Json Summary(const std::vector<MatchedGPUT>& matched, const std::vector<MonitorT
   for (const MatchedGPUT& entry : matched) summary["gpus"][entry.gpu->id] = ToJson(entry);
   for (const MonitorT& monitor : monitors) summary["monitors"].push_back(ToJson(monitor));
   return summary;
-}
-
-Json MatchAnew(const Results& results) {
-  // Matching writes into the records, so it gets copies of their own.
-  const std::unique_ptr<DetectorsOutputT> raw(
-      FlatBuffers::GetDetectionResult(results.buffer.data())->detectors_output()->UnPack());
-  std::vector<MatchedGPUT> matched;
-  std::vector<MonitorT> monitors;
-  DetectWindowsGPUs(*raw, matched, monitors);
-  if (!matched.empty()) ChooseMainDisplayGPU(matched, monitors);
-  NameMonitors(monitors);
-  return Summary(matched, monitors);
 }
 
 /// Null where there is no such member or element.
@@ -77,7 +61,8 @@ std::string DifferenceText(const Json& value) {
 int Rematch(const Session& session) {
   const Results& results = session.results;
   const Json stored = Summary(results.matched, results.monitors);
-  const Json now = MatchAnew(results);
+  const MatchedAnew anew = MatchAnew(results);
+  const Json now = Summary(anew.matched, anew.monitors);
   Json differences = Json::array();
   Compare("", stored, now, differences);
 
@@ -87,17 +72,17 @@ int Rematch(const Session& session) {
                             {"differences", differences}});
   } else {
     const auto line = [&](const char* what, const std::string& version, const Json& summary) {
-      session.out << fmt::format("{} by Vexil {}: {}, {}\n", what, version, Counted(summary["gpus"].size(), "GPU"),
-                                 Counted(summary["monitors"].size(), "monitor"));
+      PrintLine(session.out,
+                fmt::format("{} by Vexil {}: {}, {}", what, version, Counted(summary["gpus"].size(), "GPU"),
+                            Counted(summary["monitors"].size(), "monitor")));
     };
     line("Stored      ", results.records.library_version, stored);
     line("Matched anew", kLibraryVersion, now);
     for (const Json& difference : differences) {
-      session.out << fmt::format("  {}: stored {}, now {}\n", difference["path"].get<std::string>(),
-                                 DifferenceText(difference["stored"]), DifferenceText(difference["now"]));
+      PrintLine(session.out, fmt::format("  {}: stored {}, now {}", difference["path"].get<std::string>(),
+                                         DifferenceText(difference["stored"]), DifferenceText(difference["now"])));
     }
-    session.out << (differences.empty() ? std::string("No difference.\n")
-                                        : Counted(differences.size(), "difference") + ".\n");
+    PrintLine(session.out, differences.empty() ? "No difference." : Counted(differences.size(), "difference") + ".");
   }
   return now["gpus"].empty() ? kFoundNone : kFoundGPUs;
 }

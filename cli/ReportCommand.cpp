@@ -1,5 +1,7 @@
 #include "Commands.h"
 #include "Json.h"
+#include "MatchAnew.h"
+#include "Printing.h"
 #include "Report.h"
 
 namespace Vexil::Program {
@@ -25,7 +27,7 @@ class OutputSink final : public ReportSink {
   explicit OutputSink(std::ostream& out) : m_out(out) {}
 
   bool Wants(LogLevel /*level*/) override { return true; }
-  void Write(LogLevel /*level*/, const std::string& line, const LogSite& /*site*/) override { m_out << line << '\n'; }
+  void Write(LogLevel /*level*/, const std::string& line, const LogSite& /*site*/) override { PrintLine(m_out, line); }
 
  private:
   std::ostream& m_out;
@@ -49,9 +51,8 @@ int Report(const Session& session) {
     OutputSink sink(session.out);
     WriteReport({*results.records.system, results.matched, results.gpus, results.monitors}, figures, sink);
   }
-  if (!results.gpus.empty()) return kFoundGPUs;
-  session.err << "vexil: no GPU was found; \"vexil doctor\" tells what each source had to say\n";
-  return kFoundNone;
+  WarnOfHiddenGPUs(session);
+  return FoundStatus(session, !results.gpus.empty());
 }
 
 }  // namespace Vexil::Program

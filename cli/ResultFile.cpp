@@ -56,7 +56,8 @@ std::vector<std::uint8_t> ReadFile(const std::string& path) {
   if (!file) throw Error("cannot open \"" + path + "\": " + LastError());
   std::vector<std::uint8_t> bytes;
   char block[4096];
-  while (file.read(block, sizeof(block)), file.gcount() > 0) {
+  while (file) {
+    file.read(block, sizeof(block));
     bytes.insert(bytes.end(), block, block + file.gcount());
     if (bytes.size() > kLargestFile) throw Error("\"" + path + "\" is too large for a saved result");
   }

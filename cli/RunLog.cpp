@@ -2,10 +2,12 @@
 
 #include <algorithm>
 #include <charconv>
+#include <utility>
 
 namespace Vexil::Program {
 namespace {
 
+// The lines are those of Vexil/DetectionRun.cpp.
 constexpr std::string_view kStart = "  - ";
 constexpr std::string_view kEnd = " ms.";
 
@@ -32,17 +34,22 @@ RunLog::Step ReadTimingLine(std::string_view text) {
 RunLog::RunLog(const std::vector<LogLine>& lines) {
   // A step's timing line comes at its end.
   std::vector<std::string> trouble;
+  bool has_errors = false;
+  const auto add = [&](Step step) {
+    step.trouble = std::exchange(trouble, {});
+    step.has_errors = std::exchange(has_errors, false);
+    m_steps.push_back(std::move(step));
+  };
   for (const LogLine& line : lines) {
     if (IsTimingLine(line.text)) {
-      m_steps.push_back(ReadTimingLine(line.text));
-      m_steps.back().trouble = std::move(trouble);
-      trouble.clear();
-    } else if (line.is_trouble && line.text.rfind(' ', 0) != 0) {
+      add(ReadTimingLine(line.text));
+    } else if (line.level >= LogLevel::Warn && line.text.rfind(' ', 0) != 0) {
       // An indented line belongs to the report, whose lines make sense together only.
       trouble.push_back(line.text);
+      has_errors = has_errors || line.level == LogLevel::Error;
     }
   }
-  m_steps.push_back({kAfterMatching, std::nullopt, std::move(trouble)});
+  add({kAfterMatching, std::nullopt, {}, false});
 }
 
 const RunLog::Step* RunLog::Find(std::string_view name) const {

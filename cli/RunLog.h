@@ -6,7 +6,7 @@
 #include <string_view>
 #include <vector>
 
-#include "LogCapture.h"
+#include "LogRecorder.h"
 
 namespace Vexil::Program {
 
@@ -16,7 +16,8 @@ class RunLog {
   struct Step {
     std::string name;  ///< As the step's timing line calls it.
     std::optional<std::int64_t> milliseconds;
-    std::vector<std::string> trouble;
+    std::vector<std::string> trouble;  ///< Warnings and errors.
+    bool has_errors = false;
   };
 
   static constexpr const char* kSystemInfo = "System Info";

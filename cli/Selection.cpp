@@ -2,6 +2,8 @@
 
 #include <algorithm>
 
+#include "CommandLine.h"
+#include "Printing.h"
 #include "Queries.h"
 
 namespace Vexil::Program {
@@ -52,15 +54,27 @@ const MatchedGPUT* SelectGPU(const Session& session, const std::string& id_or_te
   const auto found = SelectGPUs(session, filter);
   if (found.size() > 1) {
     std::string message = "\"" + id_or_text + "\" could be any of";
-    for (const MatchedGPUT* matched : found) message += "\n  " + matched->gpu->id + "  " + FullName(*matched->gpu);
+    for (const MatchedGPUT* matched : found) {
+      message += "\n  " + Printable(matched->gpu->id + "  " + FullName(*matched->gpu));
+    }
     throw Error(message);
   }
-  return found.empty() ? nullptr : found.front();
+  if (!found.empty()) return found.front();
+  PrintLine(session.err, "vexil: there is no GPU \"" + id_or_text + "\"");
+  return nullptr;
 }
 
 std::string FullName(const GPUT& gpu) {
   const std::string vendor = EnumNameVendor(gpu.vendor);
   return vendor.empty() ? gpu.name : vendor + " " + gpu.name;
+}
+
+int FoundStatus(const Session& session, bool has_found) {
+  if (has_found) return kFoundGPUs;
+  if (session.results.gpus.empty()) {
+    session.err << "vexil: no GPU was found; \"vexil doctor\" tells what each source had to say\n";
+  }
+  return kFoundNone;
 }
 
 }  // namespace Vexil::Program

@@ -19,11 +19,15 @@ struct Filter {
 /// In the order of the results. This machine's GPUs are asked of its Detector.
 std::vector<const FlatBuffers::MatchedGPUT*> SelectGPUs(const Session& session, const Filter& filter);
 
-/// The one GPU that has this identifier, or that is the only one to be found by this text. Null where
-/// there is none; throws an Error where there are several.
+/// The one GPU that has this identifier, or that is the only one to be found by this text. Where there is none
+/// it says so on standard error, and returns null; throws an Error where there are several.
 const FlatBuffers::MatchedGPUT* SelectGPU(const Session& session, const std::string& id_or_text);
 
 /// "NVIDIA GeForce RTX 3080"
 std::string FullName(const FlatBuffers::GPUT& gpu);
+
+/// The exit status of a command that found what it was asked for or not. Where there is no GPU at all, standard
+/// error tells how to learn why.
+int FoundStatus(const Session& session, bool has_found);
 
 }  // namespace Vexil::Program

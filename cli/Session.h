@@ -3,7 +3,7 @@
 #include <ostream>
 #include <vector>
 
-#include "LogCapture.h"
+#include "LogRecorder.h"
 #include "ResultFile.h"
 #include "Vexil.h"
 

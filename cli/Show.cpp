@@ -4,6 +4,7 @@
 #include "Common/Text.h"
 #include "Common/Unknown.h"
 #include "Json.h"
+#include "Printing.h"
 #include "TextTable.h"
 
 namespace Vexil::Program {
@@ -43,7 +44,7 @@ void PrintRecord(std::ostream& out, const std::string& title, const Json& record
   }
 }
 
-/// By what names and numbers the GPU is found in other interfaces.
+/// By what names and numbers the GPU is found in other interfaces, which are called as in the report.
 TextTable CrossIndex(const MatchedGPUT& matched) {
   TextTable table;
   if (matched.cuda != nullptr) table.Add({"CUDA", fmt::format("device {}", matched.cuda->index)});
@@ -59,12 +60,12 @@ TextTable CrossIndex(const MatchedGPUT& matched) {
                                      matched.opencl->platform_name, matched.opencl->device_id)});
   }
   if (matched.directx != nullptr) {
-    table.Add({"DXGI", fmt::format("\"{}\"{}", matched.directx->name,
-                                   matched.directx->is_first_adapter ? ", the first adapter" : "")});
+    table.Add({"DirectX", fmt::format("\"{}\"{}", matched.directx->name,
+                                      matched.directx->is_first_adapter ? ", the first adapter" : "")});
     if (!matched.directx->output_names.empty()) table.Add({"", Join(matched.directx->output_names, ", ")});
   }
   if (matched.amddl != nullptr) {
-    table.Add({"ADL", fmt::format("\"{}\"{}", matched.amddl->name, matched.amddl->is_primary ? ", primary" : "")});
+    table.Add({"AMDDL", fmt::format("\"{}\"{}", matched.amddl->name, matched.amddl->is_primary ? ", primary" : "")});
     if (!matched.amddl->display_names.empty()) table.Add({"", Join(matched.amddl->display_names, ", ")});
   }
   if (matched.win32 != nullptr) {
@@ -78,16 +79,14 @@ TextTable CrossIndex(const MatchedGPUT& matched) {
 
 int Show(const Session& session, const std::string& id) {
   const MatchedGPUT* matched = SelectGPU(session, id);
-  if (matched == nullptr) {
-    session.err << "vexil: there is no GPU \"" << id << "\"\n";
-    return kFoundNone;
-  }
+  if (matched == nullptr) return kFoundNone;
   const Json json = ToJson(*matched);
   if (session.json) {
     PrintJson(session.out, json);
     return kFoundGPUs;
   }
-  session.out << FullName(*matched->gpu) << " (" << matched->gpu->id << ")\n\nOther interfaces know it as\n";
+  PrintLine(session.out, FullName(*matched->gpu) + " (" + matched->gpu->id + ")");
+  session.out << "\nOther interfaces know it as\n";
   CrossIndex(*matched).Print(session.out, "  ");
   for (const auto& [source, record] : json.items()) {
     session.out << '\n';

@@ -1,7 +1,8 @@
 #include "TextTable.h"
 
 #include <algorithm>
-#include <ostream>
+
+#include "Printing.h"
 
 namespace Vexil::Program {
 
@@ -18,12 +19,8 @@ void TextTable::Print(std::ostream& out, const std::string& indent) const {
       line.append(widths[i] - row[i].size() + 2, ' ');
     }
     line.erase(line.find_last_not_of(' ') + 1);
-    out << line << '\n';
+    PrintLine(out, line);
   }
-}
-
-std::string Counted(std::size_t count, const std::string& noun) {
-  return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
 }  // namespace Vexil::Program

@@ -17,7 +17,4 @@ class TextTable {
   std::vector<std::vector<std::string>> m_rows;
 };
 
-/// "1 GPU", "2 GPUs"
-std::string Counted(std::size_t count, const std::string& noun);
-
 }  // namespace Vexil::Program

@@ -1,5 +1,5 @@
 #include <algorithm>
-#include <cstdio>
+#include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sstream>
 
@@ -102,8 +102,9 @@ TEST_F(CommandLineTest, ListFiltersThisMachineAndSavedResultsAlike) {
 TEST_F(CommandLineTest, ShowTellsWhatOtherInterfacesCallTheGPU) {
   const Answer answer = Run({"show", "gpu:61279526.5150080d"});
   EXPECT_EQ(answer.status, 0);
-  for (const char* part : {"CUDA    device 0", "NVAPI   handle 0x", "platform 0x10000 \"NVIDIA CUDA\", device 0x10001",
-                           "the first adapter", "\\\\.\\DISPLAY1, \\\\.\\DISPLAY2", "pcie_max_generation  4"}) {
+  for (const char* part :
+       {"CUDA     device 0", "NVAPI    handle 0x", "platform 0x10000 \"NVIDIA CUDA\", device 0x10001",
+        "the first adapter", "\\\\.\\DISPLAY1, \\\\.\\DISPLAY2", "pcie_max_generation  4"}) {
     EXPECT_TRUE(Contains(answer.out, part)) << part << " in\n" << answer.out;
   }
   EXPECT_EQ(RunSaved({"show", "gpu:61279526.5150080d"}).out, answer.out);
@@ -114,7 +115,10 @@ TEST_F(CommandLineTest, ShowTakesAnyTextThatMeansOneGPU) {
   const Answer ambiguous = Run({"show", "3090"});
   EXPECT_EQ(ambiguous.status, 2);
   EXPECT_TRUE(Contains(ambiguous.err, "gpu:61279526.e4457a84")) << ambiguous.err;
-  EXPECT_EQ(Run({"show", "Voodoo"}).status, 1);
+  const Answer none = Run({"show", "Voodoo", "--json"});
+  EXPECT_EQ(none.status, 1);
+  EXPECT_EQ(none.out, "");
+  EXPECT_EQ(none.err, "vexil: there is no GPU \"Voodoo\"\n");
 }
 
 TEST_F(CommandLineTest, MemoryIsWatchedLineByLine) {
@@ -139,18 +143,29 @@ TEST_F(CommandLineTest, SavesWhatItCanReadBack) {
   const std::string copy = TemporaryFile("copy.vexil");
   EXPECT_EQ(RunSaved({"save", copy}).status, 0);
   EXPECT_EQ(Program::ReadFile(copy), Program::ReadFile(m_saved));
+  const json told = json::parse(Run({"save", path, "--json"}).out);
+  EXPECT_EQ(told, json({{"file", path}, {"gpus", 5}, {"bytes", Detect().size()}}));
   EXPECT_EQ(Run({"save", TemporaryFile("no/such/folder")}).status, 2);
+  if (!std::filesystem::exists("/dev/full")) return;
+  const Answer full = Run({"save", "/dev/full"});
+  EXPECT_EQ(full.status, 2);
+  EXPECT_EQ(full.err, "vexil: \"/dev/full\" could not be written completely\n");
 }
 
-TEST_F(CommandLineTest, JsonIsValidWhateverDriversCallThings) {
+TEST_F(CommandLineTest, OutputIsSoundWhateverDriversCallThings) {
   Simulation::Machine machine = LoadMachine("five-gpus");
-  machine.dxgi->at(4).description.name = "Intel\xAE \xC2 \"UHD\"\n\x01";
+  machine.dxgi->at(4).description.name = "Intel\xAE \xC2 \"UHD\"\n\x1B[2J\x7F Graphics";
   Simulation::SetMachine(machine);
   for (const char* command : {"list", "doctor", "memory", "show"}) {
     std::vector<std::string> arguments = {command, "--json"};
     if (command == std::string("show")) arguments.emplace_back("Intel");
     EXPECT_TRUE(json::accept(Run(arguments).out)) << command;
+    arguments.erase(arguments.begin() + 1);
+    const std::string text = Run(arguments).out;
+    EXPECT_EQ(text.find_first_of("\x1B\x7F"), std::string::npos) << text;
   }
+  EXPECT_EQ(Lines(Run({"list"}).out).size(), 5U);
+  EXPECT_TRUE(Contains(Run({}).out, "\"UHD\"??[2J?"));
   const Answer report = Run({"--json"});
   ASSERT_TRUE(json::accept(report.out));
   const json result = json::parse(report.out);
@@ -195,6 +210,8 @@ TEST_F(CommandLineTest, MisuseIsTwoAndNoGPUIsOne) {
                                                          {"list", "--vendor", "Acme"},
                                                          {"show"},
                                                          {"memory", "--watch", "-1"},
+                                                         {"memory", "--watch", "nan"},
+                                                         {"memory", "--watch", "1", "--count", "0"},
                                                          {"save"},
                                                          {"list", "rematch"},
                                                          {"memory", "--count", "3"},
@@ -202,7 +219,8 @@ TEST_F(CommandLineTest, MisuseIsTwoAndNoGPUIsOne) {
                                                          {"--from"},
                                                          {"--from", TemporaryFile("none")},
                                                          {"--from", testing::TempDir()},
-                                                         {"rematch", TemporaryFile("none")}};
+                                                         {"rematch", TemporaryFile("none")},
+                                                         {"--from", m_saved, "rematch", m_saved}};
   for (const auto& arguments : misuses) {
     const Answer answer = Run(arguments);
     EXPECT_EQ(answer.status, 2) << arguments.front();
@@ -212,8 +230,12 @@ TEST_F(CommandLineTest, MisuseIsTwoAndNoGPUIsOne) {
   for (const char* option : {"--help", "--version"}) EXPECT_EQ(Run({option}).status, 0) << option;
 
   SetMachine("none");
-  for (const char* command : {"list", "doctor", "memory"}) EXPECT_EQ(Run({command}).status, 1) << command;
-  EXPECT_EQ(Run({}).status, 1);
+  EXPECT_EQ(Run({"doctor"}).status, 1);
+  for (const std::vector<std::string>& arguments : {std::vector<std::string>(), {"list"}, {"memory"}}) {
+    const Answer answer = Run(arguments);
+    EXPECT_EQ(answer.status, 1);
+    EXPECT_EQ(answer.err, "vexil: no GPU was found; \"vexil doctor\" tells what each source had to say\n");
+  }
   EXPECT_EQ(Run({"save", m_saved}).status, 1);
   EXPECT_EQ(Run({"rematch", m_saved}).status, 1);
 }

@@ -4,23 +4,25 @@
 #include <string>
 #include <vector>
 
+#include "Common/Log.h"
+
 namespace Vexil::Program {
 
 struct LogLine {
-  bool is_trouble;  ///< A warning or an error.
+  LogLevel level;
   std::string text;
 };
 
 /// Takes down what the library logs, from DEBUG up, as long as it lives.
-class LogCapture {
+class LogRecorder {
  public:
   enum class Others { GetLines, GetNothing };
 
   /// With `GetNothing` the lines go nowhere else meanwhile.
-  explicit LogCapture(Others others);
-  ~LogCapture();
-  LogCapture(const LogCapture&) = delete;
-  LogCapture& operator=(const LogCapture&) = delete;
+  explicit LogRecorder(Others others);
+  ~LogRecorder();
+  LogRecorder(const LogRecorder&) = delete;
+  LogRecorder& operator=(const LogRecorder&) = delete;
 
   const std::vector<LogLine>& Lines() const;
 

@@ -1,4 +1,4 @@
-#include "LogCapture.h"
+#include "LogRecorder.h"
 
 #include <log4cxx/appenderskeleton.h>
 #include <log4cxx/level.h>
@@ -7,6 +7,12 @@
 
 namespace Vexil::Program {
 namespace {
+
+LogLevel ToLogLevel(const log4cxx::Level& level) {
+  if (level.isGreaterOrEqual(log4cxx::Level::getError())) return LogLevel::Error;
+  if (level.isGreaterOrEqual(log4cxx::Level::getWarn())) return LogLevel::Warn;
+  return level.isGreaterOrEqual(log4cxx::Level::getInfo()) ? LogLevel::Info : LogLevel::Debug;
+}
 
 class LineAppender : public log4cxx::AppenderSkeleton {
  public:
@@ -17,14 +23,13 @@ class LineAppender : public log4cxx::AppenderSkeleton {
 
  protected:
   void append(const log4cxx::spi::LoggingEventPtr& event, log4cxx::helpers::Pool& /*pool*/) override {
-    const bool is_trouble = event->getLevel()->isGreaterOrEqual(log4cxx::Level::getWarn());
-    lines.push_back({is_trouble, event->getMessage()});
+    lines.push_back({ToLogLevel(*event->getLevel()), event->getMessage()});
   }
 };
 
 }  // namespace
 
-struct LogCapture::State {
+struct LogRecorder::State {
   log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("Vexil");
   log4cxx::LevelPtr level = logger->getLevel();
   bool additivity = logger->getAdditivity();
@@ -32,7 +37,7 @@ struct LogCapture::State {
   std::shared_ptr<LineAppender> appender = std::make_shared<LineAppender>();
 };
 
-LogCapture::LogCapture(Others others) : m_state(std::make_unique<State>()) {
+LogRecorder::LogRecorder(Others others) : m_state(std::make_unique<State>()) {
   log4cxx::Logger& logger = *m_state->logger;
   if (others == Others::GetNothing) {
     m_state->others = logger.getAllAppenders();
@@ -43,7 +48,7 @@ LogCapture::LogCapture(Others others) : m_state(std::make_unique<State>()) {
   logger.setLevel(log4cxx::Level::getDebug());
 }
 
-LogCapture::~LogCapture() {
+LogRecorder::~LogRecorder() {
   log4cxx::Logger& logger = *m_state->logger;
   logger.setLevel(m_state->level);
   logger.removeAppender(m_state->appender);
@@ -51,6 +56,6 @@ LogCapture::~LogCapture() {
   for (const auto& appender : m_state->others) logger.addAppender(appender);
 }
 
-const std::vector<LogLine>& LogCapture::Lines() const { return m_state->appender->lines; }
+const std::vector<LogLine>& LogRecorder::Lines() const { return m_state->appender->lines; }
 
 }  // namespace Vexil::Program
