@@ -95,8 +95,8 @@ void AddCommands(CLI::App& app, Request& request, Command& chosen) {
   rematch
       ->add_option_function<std::string>(
           "FILE", [&](const std::string& file) { request.from = file; }, "The saved result")
-      ->required()
-      ->excludes(app.get_option("--from"));
+      ->required();
+  rematch->excludes(app.get_option("--from"));
 
   add("doctor", "What each source had to say, and what could not be matched", [&](const Session& s) {
     return Doctor(s);

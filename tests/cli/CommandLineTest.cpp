@@ -210,7 +210,7 @@ TEST_F(CommandLineTest, MisuseIsTwoAndNoGPUIsOne) {
                                                          {"list", "--vendor", "Acme"},
                                                          {"show"},
                                                          {"memory", "--watch", "-1"},
-                                                         {"memory", "--watch", "nan"},
+                                                         {"memory", "--watch", "nan", "--count", "1"},
                                                          {"memory", "--watch", "1", "--count", "0"},
                                                          {"save"},
                                                          {"list", "rematch"},
