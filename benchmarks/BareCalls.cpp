@@ -268,7 +268,7 @@ void CallDisplayDevices() {
     ReadRegistryString(output->key, "ProviderName");
     ReadRegistryString(output->key, "Driver");
     DisplayClassDevices devices;
-    for (std::uint32_t place = 0; place <= index && devices.Next(); ++place) devices.DriverKey();
+    for (std::uint32_t i = 0; i <= index && devices.Next(); ++i) devices.DriverKey();
     devices.BusNumber();
     devices.Address();
   }
@@ -278,7 +278,7 @@ void CallDirectX() {
   ForEachDXGIAdapter([](std::uint32_t index, DXGIAdapter& adapter) {
     adapter.Description();
     DisplayClassDevices devices;
-    for (std::uint32_t place = 0; place <= index && devices.Next(); ++place) devices.AdapterLUID();
+    for (std::uint32_t i = 0; i <= index && devices.Next(); ++i) devices.AdapterLUID();
     devices.BusNumberProperty();
     devices.AddressProperty();
     for (std::uint32_t output = 0; const auto name = adapter.OutputName(output); ++output) CallMonitors(*name);

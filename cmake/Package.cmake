@@ -12,7 +12,7 @@ install(TARGETS vexil EXPORT VexilTargets
   RUNTIME DESTINATION bin
   ARCHIVE DESTINATION lib
   INCLUDES DESTINATION include include/Vexil/third_party)
-install(TARGETS vexil_cli RUNTIME DESTINATION bin)
+install(TARGETS vexil_cli vexil_sim RUNTIME DESTINATION bin)
 set(runtime_dlls $<TARGET_RUNTIME_DLLS:vexil> ${VEXIL_COMPILER_DLLS})
 install(FILES ${runtime_dlls} DESTINATION bin)
 

@@ -40,7 +40,7 @@ struct OutputState {
   std::uint32_t& flags;
 };
 
-/// A word that stands for its place in the list, or a number.
+/// A word that stands for its index in the list, or a number.
 struct Choice {
   std::optional<std::uint32_t>& number;
   std::vector<std::string> words;
@@ -73,257 +73,342 @@ struct DisplayAdapter {
   std::vector<Output> outputs;
 };
 
-struct MachineReader : JsonReader<MachineReader> {
-  using JsonReader::Read;
-
-  template <typename Bytes>
-  static void Read(const Place& from, MiB<Bytes>& to) {
-    // As many bytes as are told apart without rounding.
-    constexpr double kMost = 1ULL << 53;
-    const double bytes = from.json.is_number() ? from.json.get<double>() * (1 << 20) : -1;
-    if (bytes < 0 || bytes > kMost) from.Fail("expected a number of MiB");
-    to.bytes = static_cast<std::uint64_t>(std::llround(bytes));
-  }
-
-  static std::uint32_t Number(const Place& from) {
-    std::uint32_t number = 0;
-    Read(from, number);
-    return number;
-  }
-
-  static void Read(const Place& from, Display& to) {
-    if (!from.json.is_number()) return Read(from, to.name);
-    to.name = fmt::format(R"(\\.\DISPLAY{})", Number(from));
-  }
-
-  static void Read(const Place& from, DriverKey& to) {
-    if (!from.json.is_number()) return Read(from, to.text);
-    to.text = fmt::format("{}\\{:04}", kDisplayClassGUID, Number(from));
-  }
-
-  static std::uint32_t PlaceOf(const Place& from, const std::vector<std::string>& words) {
-    const auto word = std::find(words.begin(), words.end(), from.json);
-    if (word == words.end()) from.Fail(fmt::format("expected one of {}", fmt::join(words, ", ")));
-    return static_cast<std::uint32_t>(word - words.begin());
-  }
-
-  static void Read(const Place& from, Choice& to) {
-    if (from.json.is_number()) return Read(from, to.number);
-    to.number = PlaceOf(from, to.words);
-  }
-
-  static void Read(const Place& from, OutputState& to) {
-    constexpr std::uint32_t kFlags[] = {kAttachedToDesktop, kPrimaryDevice, kMirroringDriver, kRemovable};
-    if (!from.json.is_array()) from.Fail("expected a list");
-    for (const Json& word : from.json) {
-      to.flags |= kFlags[PlaceOf({word, from.path}, {"attached", "primary", "mirroring", "removable"})];
-    }
-  }
-
-  /// "65:0.0", or without the function.
-  static void Read(const Place& from, PCIAddress& to) {
-    std::string text;
-    Read(from, text);
-    char rest = 0;
-    const int numbers = std::sscanf(text.c_str(), "%u:%u.%u%c", &to.bus, &to.device, &to.function, &rest);
-    if (numbers != 2 && numbers != 3) from.Fail("expected a place such as \"65:0.0\"");
-  }
-
-  /// "3840x2160@60"
-  static void Read(const Place& from, DisplayMode& to) {
-    std::string text;
-    Read(from, text);
-    char rest = 0;
-    if (std::sscanf(text.c_str(), "%ux%u@%u%c", &to.width, &to.height, &to.refresh_rate, &rest) != 3) {
-      from.Fail("expected a mode such as \"3840x2160@60\"");
-    }
-  }
-
-  // What Windows tells
-
-  static void Read(const Place& from, Windows& to) {
-    const auto value = [&to](const char* key, const char* name) -> std::string& {
-      return to.machine.registry[{key, name}];
-    };
-    constexpr const char* kVersion = R"(SOFTWARE\Microsoft\Windows NT\CurrentVersion)";
-    constexpr const char* kBoard = R"(HARDWARE\DESCRIPTION\System\BIOS)";
-    constexpr const char* kProcessor = R"(HARDWARE\DESCRIPTION\System\CentralProcessor\0)";
-    PhysicalMemory memory = {};
-    ReadMembers(from, "product", value(kVersion, "ProductName"), "build", value(kVersion, "CurrentBuildNumber"),
-                "machine_guid", value(R"(SOFTWARE\Microsoft\Cryptography)", "MachineGuid"), "board_maker",
-                value(kBoard, "BaseBoardManufacturer"), "board", value(kBoard, "BaseBoardProduct"), "processor",
-                value(kProcessor, "ProcessorNameString"), "threads", to.machine.processors, "memory_mib",
-                MiB{memory.total}, "free_memory_mib", MiB{memory.available});
-    if (memory.total != 0) to.machine.memory = memory;
-  }
-
-  static void Read(const Place& from, Monitor& to) {
-    if (from.json.is_string()) return Read(from, to.name);
-    ReadMembers(from, "name", to.name, "key", to.key);
-  }
-
-  static void Read(const Place& from, Output& to) {
-    ReadMembers(from, "display", to.display, "key", to.key, "state", OutputState{to.flags}, "mode", to.mode, "monitors",
-                to.monitors);
-  }
-
-  static void Read(const Place& from, DisplayAdapter& to) {
-    ReadMembers(from, "name", to.name, "key", to.key, "hardware_id", to.hardware_id, "provider", to.provider, "driver",
-                to.driver, "outputs", to.outputs);
-  }
-
-  static DisplayDevice MakeMonitor(const Monitor& from, const std::string& output, std::size_t number) {
-    const std::string key =
-        fmt::format(R"(\Registry\Machine\System\CurrentControlSet\Control\Class\{}\{:04})", kMonitorClassGUID, number);
-    return {fmt::format("{}\\Monitor{}", output, number), from.name, 0x3, "", from.key.empty() ? key : from.key};
-  }
-
-  /// An adapter becomes one entry per output, and the registry values to which these point.
-  static void Add(const DisplayAdapter& adapter, Machine& to) {
-    const std::string path = R"(System\CurrentControlSet\Control\Video\)" + adapter.key;
-    if (!adapter.driver.text.empty()) to.registry[{path + "\\Video", "Driver"}] = adapter.driver.text;
-    for (std::size_t i = 0; i < adapter.outputs.size(); ++i) {
-      const Output& from = adapter.outputs[i];
-      const std::string instance = fmt::format("{}\\{:04}", path, i);
-      if (!adapter.provider.empty()) to.registry[{instance, "ProviderName"}] = adapter.provider;
-      const std::string key = from.key.empty() ? R"(\Registry\Machine\)" + instance : from.key;
-      DesktopOutput& output = to.desktop.emplace_back();
-      output.device = {from.display.name, adapter.name, from.flags, adapter.hardware_id, key};
-      output.mode = from.mode;
-      for (const Monitor& monitor : from.monitors) {
-        output.monitors.push_back(MakeMonitor(monitor, from.display.name, output.monitors.size()));
-      }
-    }
-  }
-
-  static void Read(const Place& from, ClassDevice& to) {
-    DriverKey driver;
-    ReadMembers(from, "driver", driver, "luid", to.luid, "pci", to.pci);
-    if (!driver.text.empty()) to.driver_key = driver.text;
-  }
-
-  static void Read(const Place& from, GraphicsAdapter& to) {
-    DXGIAdapterDescription& description = to.description;
-    std::vector<Display> outputs;
-    ReadMembers(from, "name", description.name, "vendor_id", description.vendor_id, "device_id", description.device_id,
-                "subsystem_id", description.subsys_id, "revision", description.revision, "memory_mib",
-                MiB{description.dedicated_video_memory}, "shared_memory_mib", MiB{description.shared_system_memory},
-                "luid", description.luid, "software", description.is_software, "outputs", outputs);
-    for (const Display& output : outputs) to.outputs.push_back(output.name);
-  }
-
-  // Vendor libraries
-
-  static void Read(const Place& from, OpenCLDevice& to) {
-    ReadMembers(from, "name", to.name, "vendor", to.vendor, "driver_version", to.driver_version, "extensions",
-                to.extensions, "gpu", to.is_gpu, "memory_mib", MiB{to.memory_bytes}, "unified_memory",
-                to.unified_memory, "pci", to.pci, "topology_type", to.topology_type, "board_name", to.board_name,
-                "free_memory_kib", to.free_memory_kib, "peers", to.peers, "claimed_peers", to.peer_count, "dxgi_luid",
-                to.luid, "claimed_text_size", to.claimed_text_size);
-  }
-
-  static void Read(const Place& from, OpenCLPlatform& to) {
-    ReadMembers(from, "name", to.name, "version", to.version, "extensions", to.extensions, "device_vendor",
-                to.device_vendor, "claimed_count", to.claimed_count, "devices", to.devices, "claimed_text_size",
-                to.claimed_text_size);
-  }
-
-  /// A vendor's library: what all of them have, and its own members.
-  template <typename... KeysAndValues>
-  static void ReadLibrary(const Place& from, const SimulatedLibrary& library, Library& to,
-                          KeysAndValues&&... keys_and_values) {
-    ReadMembers(from, "missing", to.missing, "claimed_count", to.claimed_count, keys_and_values...);
-    for (const std::string& entry_point : to.missing) {
-      if (!Offers(library, entry_point))
-        from.Fail(fmt::format("\"{}\" is no entry point of {}", entry_point, library.file_name));
-    }
-  }
-
-  static void Read(const Place& from, OpenCL& to) {
-    ReadLibrary(from, SimulatedOpenCL(), to, "platforms", to.platforms);
-  }
-
-  static void Read(const Place& from, CUDADevice& to) {
-    ReadMembers(from, "name", to.name, "memory_mib", MiB{to.memory_bytes}, "compute_major", to.compute_major,
-                "compute_minor", to.compute_minor, "pci", to.pci, "peers", to.peers);
-  }
-
-  static void Read(const Place& from, CUDA& to) {
-    ReadLibrary(from, SimulatedCUDA(), to, "driver_version", to.driver_version, "devices", to.devices);
-  }
-
-  static void Read(const Place& from, NvLink& to) { ReadMembers(from, "remote", to.remote, "version", to.version); }
-
-  static void Read(const Place& from, NVMLDevice& to) {
-    ReadMembers(from, "pci", to.pci, "pcie_generation", to.generation, "pcie_max_generation", to.max_generation,
-                "pcie_width", to.width, "pcie_max_width", to.max_width, "vbios", to.vbios, "nvlinks", to.links,
-                "endless_nvlinks", to.has_endless_links);
-  }
-
-  static void Read(const Place& from, NVML& to) { ReadLibrary(from, SimulatedNVML(), to, "devices", to.devices); }
-
-  static void Read(const Place& from, NVAPIDeviceIDs& to) {
-    ReadMembers(from, "device", to.device, "subsystem", to.subsystem, "revision", to.revision, "external_device",
-                to.external_device);
-  }
-
-  static void Read(const Place& from, NVAPIGPU& to) {
-    ReadMembers(from, "name", to.name, "vbios", to.vbios, "pci", to.pci, "ids", to.ids, "pcie_width", to.width,
-                "system", Choice{to.system_type, {"unknown", "laptop", "desktop"}}, "type",
-                Choice{to.gpu_type, {"unknown", "integrated", "discrete"}}, "memory_kib", to.memory_kib,
-                "free_memory_kib", to.free_memory_kib);
-  }
-
-  static void Read(const Place& from, NVAPIDisplay& to) {
-    Display display;
-    ReadMembers(from, "display", display, "attached", to.attached, "gpus", to.gpus, "claimed_gpus", to.claimed_gpus);
-    to.name = display.name;
-  }
-
-  static void Read(const Place& from, NVAPI& to) {
-    ReadLibrary(from, SimulatedNVAPI(), to, "driver_version", to.driver_version, "gpus", to.gpus, "displays",
-                to.displays, "endless_displays", to.has_endless_displays);
-  }
-
-  static void Read(const Place& from, ADLAdapter& to) {
-    Display display;
-    ReadMembers(from, "index", to.index, "name", to.name, "display", display, "vendor_id", to.vendor_id, "pci", to.pci,
-                "pnp", to.pnp, "asic_types", to.asic_types);
-    to.display = display.name;
-  }
-
-  static void Read(const Place& from, ADL& to) {
-    ReadLibrary(from, SimulatedADL(), to, "driver_version", to.driver_version, "primary_adapter", to.primary_adapter,
-                "adapters", to.adapters);
-  }
-
-  static void Read(const Place& from, Failure& to) {
-    if (from.json.is_string()) {
-      Read(from, to.call);
-    } else {
-      ReadMembers(from, "call", to.call, "device", to.device, "status", to.status, "writes", to.writes);
-    }
-    const std::string name = to.call.substr(0, to.call.find(' '));
-    if (!IsKnownCall(name)) from.Fail(fmt::format("there is no call \"{}\"", name));
-  }
-
-  static void Read(const Place& from, Machine& to) {
-    std::vector<DisplayAdapter> display_adapters;
-    ReadMembers(from, "about", to.about, "windows", Windows{to}, "display_adapters", display_adapters, "display_class",
-                to.display_class, "dxgi", to.dxgi, "opencl", to.opencl, "cuda", to.cuda, "nvml", to.nvml, "nvapi",
-                to.nvapi, "adl", to.adl, "failures", to.failures);
-    for (const DisplayAdapter& adapter : display_adapters) Add(adapter, to);
-  }
-};
-
 }  // namespace
+
+// The readers of the types above and of the machine's; Members and lists find them here.
+
+template <typename Bytes>
+static void Read(const JsonPath& from, MiB<Bytes>& to) {
+  // As many bytes as are told apart without rounding.
+  constexpr double kMost = 1ULL << 53;
+  const double bytes = from.json.is_number() ? from.json.get<double>() * (1 << 20) : -1;
+  if (bytes < 0 || bytes > kMost) from.Fail("expected a number of MiB");
+  to.bytes = static_cast<std::uint64_t>(std::llround(bytes));
+}
+
+static std::uint32_t Number(const JsonPath& from) {
+  std::uint32_t number = 0;
+  Read(from, number);
+  return number;
+}
+
+static void Read(const JsonPath& from, Display& to) {
+  if (!from.json.is_number()) return Read(from, to.name);
+  to.name = fmt::format(R"(\\.\DISPLAY{})", Number(from));
+}
+
+static void Read(const JsonPath& from, DriverKey& to) {
+  if (!from.json.is_number()) return Read(from, to.text);
+  to.text = fmt::format("{}\\{:04}", kDisplayClassGUID, Number(from));
+}
+
+static std::uint32_t IndexOf(const JsonPath& from, const std::vector<std::string>& words) {
+  const auto word = std::find(words.begin(), words.end(), from.json);
+  if (word == words.end()) from.Fail(fmt::format("expected one of {}", fmt::join(words, ", ")));
+  return static_cast<std::uint32_t>(word - words.begin());
+}
+
+static void Read(const JsonPath& from, Choice& to) {
+  if (from.json.is_number()) return Read(from, to.number);
+  to.number = IndexOf(from, to.words);
+}
+
+static void Read(const JsonPath& from, OutputState& to) {
+  constexpr std::uint32_t kFlags[] = {kAttachedToDesktop, kPrimaryDevice, kMirroringDriver, kRemovable};
+  if (!from.json.is_array()) from.Fail("expected a list");
+  for (const Json& word : from.json) {
+    to.flags |= kFlags[IndexOf({word, from.path}, {"attached", "primary", "mirroring", "removable"})];
+  }
+}
+
+/// "65:0.0", or without the function.
+static void Read(const JsonPath& from, PCIAddress& to) {
+  std::string text;
+  Read(from, text);
+  char rest = 0;
+  const int numbers = std::sscanf(text.c_str(), "%u:%u.%u%c", &to.bus, &to.device, &to.function, &rest);
+  if (numbers != 2 && numbers != 3) from.Fail("expected a PCI address such as \"65:0.0\"");
+}
+
+/// "3840x2160@60"
+static void Read(const JsonPath& from, DisplayMode& to) {
+  std::string text;
+  Read(from, text);
+  char rest = 0;
+  if (std::sscanf(text.c_str(), "%ux%u@%u%c", &to.width, &to.height, &to.refresh_rate, &rest) != 3) {
+    from.Fail("expected a mode such as \"3840x2160@60\"");
+  }
+}
+
+// What Windows tells
+
+static void ReadMembers(Members& m, Windows& to) {
+  const auto value = [&to](const char* key, const char* name) -> std::string& {
+    return to.machine.registry[{key, name}];
+  };
+  constexpr const char* kVersion = R"(SOFTWARE\Microsoft\Windows NT\CurrentVersion)";
+  constexpr const char* kBoard = R"(HARDWARE\DESCRIPTION\System\BIOS)";
+  constexpr const char* kProcessor = R"(HARDWARE\DESCRIPTION\System\CentralProcessor\0)";
+  PhysicalMemory memory = {};
+  m("product", value(kVersion, "ProductName"));
+  m("build", value(kVersion, "CurrentBuildNumber"));
+  m("machine_guid", value(R"(SOFTWARE\Microsoft\Cryptography)", "MachineGuid"));
+  m("board_maker", value(kBoard, "BaseBoardManufacturer"));
+  m("board", value(kBoard, "BaseBoardProduct"));
+  m("processor", value(kProcessor, "ProcessorNameString"));
+  m("threads", to.machine.processors);
+  m("memory_mib", MiB{memory.total});
+  m("free_memory_mib", MiB{memory.available});
+  if (memory.total != 0) to.machine.memory = memory;
+}
+
+static void ReadMembers(Members& m, Monitor& to) {
+  m("name", to.name);
+  m("key", to.key);
+}
+
+/// An object, or no more than the name.
+static void Read(const JsonPath& from, Monitor& to) {
+  return from.json.is_string() ? Read(from, to.name) : ReadObject(from, to);
+}
+
+static void ReadMembers(Members& m, Output& to) {
+  m("display", to.display);
+  m("key", to.key);
+  m("state", OutputState{to.flags});
+  m("mode", to.mode);
+  m("monitors", to.monitors);
+}
+
+static void ReadMembers(Members& m, DisplayAdapter& to) {
+  m("name", to.name);
+  m("key", to.key);
+  m("hardware_id", to.hardware_id);
+  m("provider", to.provider);
+  m("driver", to.driver);
+  m("outputs", to.outputs);
+}
+
+static DisplayDevice MakeMonitor(const Monitor& from, const std::string& output, std::size_t number) {
+  const std::string key =
+      fmt::format(R"(\Registry\Machine\System\CurrentControlSet\Control\Class\{}\{:04})", kMonitorClassGUID, number);
+  return {fmt::format("{}\\Monitor{}", output, number), from.name, 0x3, "", from.key.empty() ? key : from.key};
+}
+
+/// An adapter becomes one entry per output, and the registry values to which these point.
+static void Add(const DisplayAdapter& adapter, Machine& to) {
+  const std::string path = R"(System\CurrentControlSet\Control\Video\)" + adapter.key;
+  if (!adapter.driver.text.empty()) to.registry[{path + "\\Video", "Driver"}] = adapter.driver.text;
+  for (std::size_t i = 0; i < adapter.outputs.size(); ++i) {
+    const Output& from = adapter.outputs[i];
+    const std::string instance = fmt::format("{}\\{:04}", path, i);
+    if (!adapter.provider.empty()) to.registry[{instance, "ProviderName"}] = adapter.provider;
+    const std::string key = from.key.empty() ? R"(\Registry\Machine\)" + instance : from.key;
+    DesktopOutput& output = to.desktop.emplace_back();
+    output.device = {from.display.name, adapter.name, from.flags, adapter.hardware_id, key};
+    output.mode = from.mode;
+    for (const Monitor& monitor : from.monitors) {
+      output.monitors.push_back(MakeMonitor(monitor, from.display.name, output.monitors.size()));
+    }
+  }
+}
+
+static void ReadMembers(Members& m, ClassDevice& to) {
+  DriverKey driver;
+  m("driver", driver);
+  m("luid", to.luid);
+  m("pci", to.pci);
+  if (!driver.text.empty()) to.driver_key = driver.text;
+}
+
+static void ReadMembers(Members& m, GraphicsAdapter& to) {
+  DXGIAdapterDescription& description = to.description;
+  std::vector<Display> outputs;
+  m("name", description.name);
+  m("vendor_id", description.vendor_id);
+  m("device_id", description.device_id);
+  m("subsystem_id", description.subsys_id);
+  m("revision", description.revision);
+  m("memory_mib", MiB{description.dedicated_video_memory});
+  m("shared_memory_mib", MiB{description.shared_system_memory});
+  m("luid", description.luid);
+  m("software", description.is_software);
+  m("outputs", outputs);
+  for (const Display& output : outputs) to.outputs.push_back(output.name);
+}
+
+// Vendor libraries
+
+static void ReadMembers(Members& m, OpenCLDevice& to) {
+  m("name", to.name);
+  m("vendor", to.vendor);
+  m("driver_version", to.driver_version);
+  m("extensions", to.extensions);
+  m("gpu", to.is_gpu);
+  m("memory_mib", MiB{to.memory_bytes});
+  m("unified_memory", to.unified_memory);
+  m("pci", to.pci);
+  m("topology_type", to.topology_type);
+  m("board_name", to.board_name);
+  m("free_memory_kib", to.free_memory_kib);
+  m("peers", to.peers);
+  m("claimed_peers", to.peer_count);
+  m("dxgi_luid", to.luid);
+  m("claimed_text_size", to.claimed_text_size);
+}
+
+static void ReadMembers(Members& m, OpenCLPlatform& to) {
+  m("name", to.name);
+  m("version", to.version);
+  m("extensions", to.extensions);
+  m("device_vendor", to.device_vendor);
+  m("claimed_count", to.claimed_count);
+  m("devices", to.devices);
+  m("claimed_text_size", to.claimed_text_size);
+}
+
+/// What all vendors' libraries have.
+static void ReadLibrary(Members& m, const SimulatedLibrary& library, Library& to) {
+  m("missing", to.missing);
+  m("claimed_count", to.claimed_count);
+  for (const std::string& entry_point : to.missing) {
+    if (Offers(library, entry_point)) continue;
+    m.From().Fail(fmt::format("\"{}\" is no entry point of {}", entry_point, library.file_name));
+  }
+}
+
+static void ReadMembers(Members& m, OpenCL& to) {
+  ReadLibrary(m, SimulatedOpenCL(), to);
+  m("platforms", to.platforms);
+}
+
+static void ReadMembers(Members& m, CUDADevice& to) {
+  m("name", to.name);
+  m("memory_mib", MiB{to.memory_bytes});
+  m("compute_major", to.compute_major);
+  m("compute_minor", to.compute_minor);
+  m("pci", to.pci);
+  m("peers", to.peers);
+}
+
+static void ReadMembers(Members& m, CUDA& to) {
+  ReadLibrary(m, SimulatedCUDA(), to);
+  m("driver_version", to.driver_version);
+  m("devices", to.devices);
+}
+
+static void ReadMembers(Members& m, NvLink& to) {
+  m("remote", to.remote);
+  m("version", to.version);
+}
+
+static void ReadMembers(Members& m, NVMLDevice& to) {
+  m("pci", to.pci);
+  m("pcie_generation", to.generation);
+  m("pcie_max_generation", to.max_generation);
+  m("pcie_width", to.width);
+  m("pcie_max_width", to.max_width);
+  m("vbios", to.vbios);
+  m("nvlinks", to.links);
+  m("endless_nvlinks", to.has_endless_links);
+}
+
+static void ReadMembers(Members& m, NVML& to) {
+  ReadLibrary(m, SimulatedNVML(), to);
+  m("devices", to.devices);
+}
+
+static void ReadMembers(Members& m, NVAPIDeviceIDs& to) {
+  m("device", to.device);
+  m("subsystem", to.subsystem);
+  m("revision", to.revision);
+  m("external_device", to.external_device);
+}
+
+static void ReadMembers(Members& m, NVAPIGPU& to) {
+  m("name", to.name);
+  m("vbios", to.vbios);
+  m("pci", to.pci);
+  m("ids", to.ids);
+  m("pcie_width", to.width);
+  m("system", Choice{to.system_type, {"unknown", "laptop", "desktop"}});
+  m("type", Choice{to.gpu_type, {"unknown", "integrated", "discrete"}});
+  m("memory_kib", to.memory_kib);
+  m("free_memory_kib", to.free_memory_kib);
+}
+
+static void ReadMembers(Members& m, NVAPIDisplay& to) {
+  Display display;
+  m("display", display);
+  m("attached", to.attached);
+  m("gpus", to.gpus);
+  m("claimed_gpus", to.claimed_gpus);
+  to.name = display.name;
+}
+
+static void ReadMembers(Members& m, NVAPI& to) {
+  ReadLibrary(m, SimulatedNVAPI(), to);
+  m("driver_version", to.driver_version);
+  m("gpus", to.gpus);
+  m("displays", to.displays);
+  m("endless_displays", to.has_endless_displays);
+}
+
+static void ReadMembers(Members& m, ADLAdapter& to) {
+  Display display;
+  m("index", to.index);
+  m("name", to.name);
+  m("display", display);
+  m("vendor_id", to.vendor_id);
+  m("pci", to.pci);
+  m("pnp", to.pnp);
+  m("asic_types", to.asic_types);
+  to.display = display.name;
+}
+
+static void ReadMembers(Members& m, ADL& to) {
+  ReadLibrary(m, SimulatedADL(), to);
+  m("driver_version", to.driver_version);
+  m("primary_adapter", to.primary_adapter);
+  m("adapters", to.adapters);
+}
+
+static void ReadMembers(Members& m, Failure& to) {
+  m("call", to.call);
+  m("device", to.device);
+  m("status", to.status);
+  m("writes", to.writes);
+}
+
+/// An object, or no more than the call.
+static void Read(const JsonPath& from, Failure& to) {
+  from.json.is_string() ? Read(from, to.call) : ReadObject(from, to);
+  const std::string name = to.call.substr(0, to.call.find(' '));
+  if (!IsKnownCall(name)) from.Fail(fmt::format("there is no call \"{}\"", name));
+}
+
+static void ReadMembers(Members& m, Machine& to) {
+  std::vector<DisplayAdapter> display_adapters;
+  m("about", to.about);
+  m("windows", Windows{to});
+  m("display_adapters", display_adapters);
+  m("display_class", to.display_class);
+  m("dxgi", to.dxgi);
+  m("opencl", to.opencl);
+  m("cuda", to.cuda);
+  m("nvml", to.nvml);
+  m("nvapi", to.nvapi);
+  m("adl", to.adl);
+  m("failures", to.failures);
+  for (const DisplayAdapter& adapter : display_adapters) Add(adapter, to);
+}
 
 Machine LoadMachine(const std::string& path) {
   std::ifstream file(path);
   if (!file) throw MachineError(path + ": cannot be opened");
   Machine machine;
   try {
-    MachineReader::Read({Json::parse(file), path}, machine);
+    Read(JsonPath{Json::parse(file), path}, machine);
   } catch (const MachineError&) {
     throw;
   } catch (const std::exception& error) {

@@ -62,7 +62,7 @@ struct OpenCLDevice {
   std::uint32_t topology_type = 1;
   std::optional<std::string> board_name;
   std::optional<std::uint64_t> free_memory_kib;
-  std::vector<std::size_t> peers;  ///< Places in the platform's list.
+  std::vector<std::size_t> peers;  ///< Indexes in the platform's list.
   std::optional<std::uint64_t> peer_count;
   std::optional<std::uint64_t> luid;  ///< Of the DXGI adapter with which it shares.
   /// Bytes that it says each of its texts has.
@@ -141,7 +141,7 @@ struct NVAPIGPU {
 struct NVAPIDisplay {
   std::string name;
   bool attached = true;
-  std::vector<std::size_t> gpus;  ///< Places in the list of GPUs.
+  std::vector<std::size_t> gpus;  ///< Indexes in the list of GPUs.
   std::optional<std::int64_t> claimed_gpus = {};
 };
 

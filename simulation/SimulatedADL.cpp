@@ -56,11 +56,7 @@ int ADL_Main_Control_Create(void* (*allocate)(int size), int connected_adapters_
   return kOK;
 }
 
-int ADL_Main_Control_Destroy() {
-  const int refusal = Refusal("ADL_Main_Control_Destroy");
-  if (IsUp(kName)) CountUp(kName, -1);
-  return refusal;
-}
+int ADL_Main_Control_Destroy() { return CountDown(kName, Refusal("ADL_Main_Control_Destroy")); }
 
 int ADL_Adapter_NumberOfAdapters_Get(int* count) {
   if (const int refusal = Refusal("ADL_Adapter_NumberOfAdapters_Get")) return refusal;
@@ -86,9 +82,9 @@ int ADL_Adapter_AdapterInfo_Get(AdapterRecord* records, int bytes) {
   const auto& adapters = TheMachine().adl->adapters;
   const std::size_t room = static_cast<std::size_t>(bytes) / sizeof(AdapterRecord);
   if (records == nullptr || static_cast<std::size_t>(bytes) % sizeof(AdapterRecord) != 0) return kInvalidSize;
-  for (std::size_t place = 0; place < std::min(room, adapters.size()); ++place) {
-    if (records[place].size != sizeof(AdapterRecord)) return kInvalidSize;
-    Write(adapters[place], records[place]);
+  for (std::size_t index = 0; index < std::min(room, adapters.size()); ++index) {
+    if (records[index].size != sizeof(AdapterRecord)) return kInvalidSize;
+    Write(adapters[index], records[index]);
   }
   return kOK;
 }

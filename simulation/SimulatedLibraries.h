@@ -72,11 +72,17 @@ const Library* Installed(const std::optional<Section>& section) {
   return section ? &*section : nullptr;
 }
 
+/// One start of the library less, also where the call that ends it fails; hands on what that call answers.
+inline int CountDown(const char* library, int answer) {
+  if (IsUp(library)) CountUp(library, -1);
+  return answer;
+}
+
 /// The element that a driver's handle or index stands for; null where there is none.
 template <typename Element>
-const Element* At(const std::vector<Element>& elements, std::int64_t place) {
+const Element* At(const std::vector<Element>& elements, std::int64_t index) {
   const auto size = static_cast<std::int64_t>(elements.size());
-  return place >= 0 && place < size ? &elements[static_cast<std::size_t>(place)] : nullptr;
+  return index >= 0 && index < size ? &elements[static_cast<std::size_t>(index)] : nullptr;
 }
 
 /// The number of devices that a library claims.

@@ -26,7 +26,7 @@ struct PCIInfo {
   char bus_id[32];
 };
 
-std::int64_t Place(Device device) {
+std::int64_t IndexOf(Device device) {
   return static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(device)) - std::int64_t{kFirstDevice};
 }
 
@@ -38,8 +38,8 @@ int Refusal(const char* call, std::int64_t device = kNoDevice, std::string_view 
 
 /// The same for a call about a device, which `found` is to become.
 int Refusal(const char* call, Device device, const NVMLDevice*& found, std::string_view parameter = {}) {
-  if (const int refusal = Refusal(call, Place(device), parameter)) return refusal;
-  found = At(TheMachine().nvml->devices, Place(device));
+  if (const int refusal = Refusal(call, IndexOf(device), parameter)) return refusal;
+  found = At(TheMachine().nvml->devices, IndexOf(device));
   return found != nullptr ? kSuccess : kInvalidArgument;
 }
 
@@ -55,11 +55,7 @@ int nvmlInit_v2() {
   return kSuccess;
 }
 
-int nvmlShutdown() {
-  const int refusal = Refusal("nvmlShutdown");
-  if (IsUp(kName)) CountUp(kName, -1);
-  return refusal;
-}
+int nvmlShutdown() { return CountDown(kName, Refusal("nvmlShutdown")); }
 
 const char* nvmlErrorString(int result) {
   if (EntryFails(SimulatedNVML(), "nvmlErrorString")) return nullptr;

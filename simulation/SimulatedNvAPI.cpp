@@ -28,8 +28,8 @@ constexpr std::uintptr_t kFirstDisplay = 0xA0200;
 /// The GPUs' handles die with the library: once it is loaded anew they are others.
 std::uintptr_t FirstGPU() { return kFirstGPU + static_cast<std::uintptr_t>(Observed().loads.at(kName) - 1) * 0x1000; }
 
-Handle GPUHandle(std::size_t place) { return reinterpret_cast<Handle>(FirstGPU() + place); }
-std::int64_t PlaceFrom(std::uintptr_t first, Handle handle) {
+Handle GPUHandle(std::size_t index) { return reinterpret_cast<Handle>(FirstGPU() + index); }
+std::int64_t IndexFrom(std::uintptr_t first, Handle handle) {
   return static_cast<std::int64_t>(reinterpret_cast<std::uintptr_t>(handle)) - static_cast<std::int64_t>(first);
 }
 
@@ -40,14 +40,14 @@ int Refusal(const char* call, std::int64_t device = kNoDevice) {
 }
 
 int Refusal(const char* call, Handle gpu, const NVAPIGPU*& found) {
-  if (const int refusal = Refusal(call, PlaceFrom(FirstGPU(), gpu))) return refusal;
-  found = At(TheMachine().nvapi->gpus, PlaceFrom(FirstGPU(), gpu));
+  if (const int refusal = Refusal(call, IndexFrom(FirstGPU(), gpu))) return refusal;
+  found = At(TheMachine().nvapi->gpus, IndexFrom(FirstGPU(), gpu));
   return found != nullptr ? kOK : kHandleInvalidated;
 }
 
 int Refusal(const char* call, Handle display, const NVAPIDisplay*& found) {
-  if (const int refusal = Refusal(call, PlaceFrom(kFirstDisplay, display))) return refusal;
-  found = At(TheMachine().nvapi->displays, PlaceFrom(kFirstDisplay, display));
+  if (const int refusal = Refusal(call, IndexFrom(kFirstDisplay, display))) return refusal;
+  found = At(TheMachine().nvapi->displays, IndexFrom(kFirstDisplay, display));
   return found != nullptr ? kOK : kHandleInvalidated;
 }
 
@@ -57,11 +57,7 @@ int Initialize() {
   return kOK;
 }
 
-int Unload() {
-  const int refusal = Refusal("NvAPI_Unload");
-  if (IsUp(kName)) CountUp(kName, -1);
-  return refusal;
-}
+int Unload() { return CountDown(kName, Refusal("NvAPI_Unload")); }
 
 int GetDriverAndBranchVersion(Number* version, ShortString branch) {
   if (const int refusal = Refusal("NvAPI_SYS_GetDriverAndBranchVersion")) return refusal;
@@ -73,7 +69,7 @@ int GetDriverAndBranchVersion(Number* version, ShortString branch) {
 int EnumPhysicalGPUs(Handle* gpus, Number* count) {
   if (const int refusal = Refusal("NvAPI_EnumPhysicalGPUs")) return refusal;
   const NVAPI& nvapi = *TheMachine().nvapi;
-  for (std::size_t place = 0; place < std::min(nvapi.gpus.size(), kMostGPUs); ++place) gpus[place] = GPUHandle(place);
+  for (std::size_t index = 0; index < std::min(nvapi.gpus.size(), kMostGPUs); ++index) gpus[index] = GPUHandle(index);
   *count = Count<Number>(nvapi.claimed_count, nvapi.gpus);
   return kOK;
 }
@@ -82,8 +78,8 @@ int EnumDisplays(const char* call, bool attached, Number index, Handle* display)
   if (const int refusal = Refusal(call, index)) return refusal;
   const NVAPI& nvapi = *TheMachine().nvapi;
   std::vector<Handle> found;
-  for (std::size_t place = 0; place < nvapi.displays.size(); ++place) {
-    if (nvapi.displays[place].attached == attached) found.push_back(reinterpret_cast<Handle>(kFirstDisplay + place));
+  for (std::size_t i = 0; i < nvapi.displays.size(); ++i) {
+    if (nvapi.displays[i].attached == attached) found.push_back(reinterpret_cast<Handle>(kFirstDisplay + i));
   }
   if (found.empty() || (index >= found.size() && !nvapi.has_endless_displays)) return kEndEnumeration;
   *display = found[index % found.size()];
@@ -116,7 +112,7 @@ int GetUnAttachedAssociatedDisplayName(Handle display, ShortString name) {
 int GetPhysicalGPUsFromDisplay(Handle display, Handle* gpus, Number* count) {
   const NVAPIDisplay* found = nullptr;
   if (const int refusal = Refusal("NvAPI_GetPhysicalGPUsFromDisplay", display, found)) return refusal;
-  for (const std::size_t place : found->gpus) *gpus++ = GPUHandle(place);
+  for (const std::size_t index : found->gpus) *gpus++ = GPUHandle(index);
   *count = Count<Number>(found->claimed_gpus, found->gpus);
   return kOK;
 }

@@ -84,7 +84,7 @@ int clGetPlatformIDs(Number room, Handle* platforms, Number* count) {
   }
   const OpenCL& opencl = *TheMachine().opencl;
   std::vector<Handle> handles;
-  for (std::size_t place = 0; place < opencl.platforms.size(); ++place) handles.push_back(ToHandle(place));
+  for (std::size_t index = 0; index < opencl.platforms.size(); ++index) handles.push_back(ToHandle(index));
   if (handles.empty()) return kNoPlatforms;
   return Handles(handles, opencl.claimed_count, room, platforms, count);
 }
@@ -108,8 +108,8 @@ int clGetDeviceIDs(Handle platform, std::uint64_t type, Number room, Handle* dev
   const OpenCLPlatform* found = FindPlatform(platform);
   if (found == nullptr) return kInvalidPlatform;
   std::vector<Handle> handles;
-  for (std::size_t place = 0; place < found->devices.size(); ++place) {
-    if (type == kTypeGPU && found->devices[place].is_gpu) handles.push_back(ToHandle(PlatformOf(platform), place));
+  for (std::size_t index = 0; index < found->devices.size(); ++index) {
+    if (type == kTypeGPU && found->devices[index].is_gpu) handles.push_back(ToHandle(PlatformOf(platform), index));
   }
   if (handles.empty()) return kDeviceNotFound;
   return Handles(handles, found->claimed_count, room, devices, count);
@@ -153,7 +153,7 @@ int TellPeers(Handle handle, const OpenCLDevice& device, Number parameter, const
   if (parameter == 0x4088)
     return answer.Value<std::uint64_t>(std::optional(device.peer_count.value_or(device.peers.size())));
   std::vector<Handle> peers;
-  for (const std::size_t place : device.peers) peers.push_back(ToHandle(PlatformOf(handle), place));
+  for (const std::size_t index : device.peers) peers.push_back(ToHandle(PlatformOf(handle), index));
   return answer.Bytes(peers.data(), peers.size() * sizeof(Handle));
 }
 
@@ -190,8 +190,8 @@ int clGetDeviceIDsFromD3D10KHR(Handle platform, Number source, void* object, Num
   const std::uint64_t luid = static_cast<const GraphicsAdapter*>(object)->description.luid;
   const auto& all = FindPlatform(platform)->devices;
   std::vector<Handle> handles;
-  for (std::size_t place = 0; place < all.size(); ++place) {
-    if (all[place].luid == luid) handles.push_back(ToHandle(PlatformOf(platform), place));
+  for (std::size_t index = 0; index < all.size(); ++index) {
+    if (all[index].luid == luid) handles.push_back(ToHandle(PlatformOf(platform), index));
   }
   if (handles.empty()) return kDeviceNotFound;
   return Handles(handles, std::nullopt, room, devices, count);

@@ -62,13 +62,13 @@ std::optional<DisplayMode> GetCurrentMode(const std::string& output_name) {
 
 struct DisplayClassDevices::Walk {
   bool works = !CallFails("SetupDiGetClassDevs");
-  std::int64_t place = -1;
+  std::int64_t index = -1;
 
   /// What the machine tells about the device with `member`; nothing where asking fails.
   template <typename Value>
   std::optional<Value> Ask(const char* call, const char* property, std::optional<Value> ClassDevice::*member) const {
-    const ClassDevice* device = At(TheMachine().display_class, place);
-    if (CallFails(call, property, place) || device == nullptr) return std::nullopt;
+    const ClassDevice* device = At(TheMachine().display_class, index);
+    if (CallFails(call, property, index) || device == nullptr) return std::nullopt;
     return device->*member;
   }
 };
@@ -92,8 +92,8 @@ DisplayClassDevices::DisplayClassDevices() : m_walk(std::make_unique<Walk>()) {}
 DisplayClassDevices::~DisplayClassDevices() = default;
 
 bool DisplayClassDevices::Next() {
-  if (!m_walk->works || CallFails("SetupDiEnumDeviceInfo", m_walk->place + 1)) return false;
-  return At(TheMachine().display_class, ++m_walk->place) != nullptr;
+  if (!m_walk->works || CallFails("SetupDiEnumDeviceInfo", m_walk->index + 1)) return false;
+  return At(TheMachine().display_class, ++m_walk->index) != nullptr;
 }
 
 std::optional<std::string> DisplayClassDevices::DriverKey() const {
@@ -121,16 +121,16 @@ namespace {
 
 class SimulatedAdapter final : public DXGIAdapter {
  public:
-  SimulatedAdapter(const GraphicsAdapter& adapter, std::int64_t place) : m_adapter(adapter), m_place(place) {}
+  SimulatedAdapter(const GraphicsAdapter& adapter, std::int64_t index) : m_adapter(adapter), m_index(index) {}
 
   DXGIAdapterDescription Description() override {
-    return CallFails("GetDesc2", m_place) ? DXGIAdapterDescription() : m_adapter.description;
+    return CallFails("GetDesc2", m_index) ? DXGIAdapterDescription() : m_adapter.description;
   }
 
   std::optional<std::string> OutputName(std::uint32_t index) override {
     const std::string* name = At(m_adapter.outputs, index);
-    if (CallFails("EnumOutputs", std::to_string(index), m_place) || name == nullptr) return std::nullopt;
-    return CallFails("GetDesc", std::to_string(index), m_place) ? std::string() : *name;
+    if (CallFails("EnumOutputs", std::to_string(index), m_index) || name == nullptr) return std::nullopt;
+    return CallFails("GetDesc", std::to_string(index), m_index) ? std::string() : *name;
   }
 
   // OpenCL looks the LUID up here.
@@ -138,7 +138,7 @@ class SimulatedAdapter final : public DXGIAdapter {
 
  private:
   const GraphicsAdapter& m_adapter;
-  std::int64_t m_place;
+  std::int64_t m_index;
 };
 
 }  // namespace
