@@ -7,6 +7,10 @@
 #include <log4cxx/logger.h>
 #include <log4cxx/propertyconfigurator.h>
 
+#include <chrono>
+#include <fstream>
+#include <map>
+
 #include "BareCalls.h"
 #include "FlatBuffers/DetectionResult_generated.h"
 #include "NvidiaMachine.h"
@@ -15,6 +19,8 @@
 
 namespace Vexil::Bench {
 namespace {
+
+constexpr const char* kNowhere = "/dev/null";
 
 class BenchDetector : public Detector {};
 
@@ -27,35 +33,66 @@ void SendLogNowhere() {
   log4cxx::helpers::Properties properties;
   properties.setProperty(LOG4CXX_STR("log4j.rootLogger"), LOG4CXX_STR("DEBUG, Nowhere"));
   properties.setProperty(LOG4CXX_STR("log4j.appender.Nowhere"), LOG4CXX_STR("org.apache.log4j.FileAppender"));
-  properties.setProperty(LOG4CXX_STR("log4j.appender.Nowhere.file"), LOG4CXX_STR("/dev/null"));
+  properties.setProperty(LOG4CXX_STR("log4j.appender.Nowhere.file"), LOG4CXX_STR(kNowhere));
   properties.setProperty(LOG4CXX_STR("log4j.appender.Nowhere.layout"), LOG4CXX_STR("org.apache.log4j.PatternLayout"));
   properties.setProperty(LOG4CXX_STR("log4j.appender.Nowhere.layout.ConversionPattern"),
                          LOG4CXX_STR("%d{HH:mm:ss,SSS} | %-5p | %-18.32c | %m\n"));
   log4cxx::PropertyConfigurator::configure(properties);
 }
 
-/// The number of driver calls, with everything in place that the first time leaves for the life of the process.
-double CallsOf(std::size_t gpus, const std::function<void()>& work) {
-  Simulation::SetMachine(NvidiaMachine(gpus));
+/// The number of driver calls, with everything in place that the first two times leave for the life of the
+/// process: the first report keeps NVAPI up, and the second detection fetches its functions.
+std::uint64_t CallsOf(const std::function<void()>& work) {
+  work();
   work();
   const std::uint64_t before = Simulation::Observed().calls;
   work();
-  return static_cast<double>(Simulation::Observed().calls - before);
+  return Simulation::Observed().calls - before;
+}
+
+/// Begins anew on a machine with as many GPUs as the benchmark asks for.
+std::size_t SetUpMachine(const benchmark::State& state) {
+  const auto gpus = static_cast<std::size_t>(state.range(0));
+  Simulation::EndProcess();
+  Simulation::SetMachine(NvidiaMachine(gpus));
+  return gpus;
+}
+
+template <typename Work>
+double SecondsPerRun(benchmark::State& state, const Work& work) {
+  const auto start = std::chrono::steady_clock::now();
+  for (auto _ : state) work();
+  const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
+  return taken.count() / static_cast<double>(state.iterations());
+}
+
+/// Seconds that the bare calls took, by number of GPUs and logging.
+std::map<std::pair<std::int64_t, std::int64_t>, double>& BareSeconds() {
+  static std::map<std::pair<std::int64_t, std::int64_t>, double> seconds;
+  return seconds;
 }
 
 void BM_BareDriverCalls(benchmark::State& state) {
-  const auto gpus = static_cast<std::size_t>(state.range(0));
-  const bool for_report = state.range(1) != 0;
-  state.counters["calls"] = CallsOf(gpus, [=] { MakeBareCalls(gpus, for_report); });
-  for (auto _ : state) MakeBareCalls(gpus, for_report);
+  const std::size_t gpus = SetUpMachine(state);
+  const auto make_calls = [gpus, for_report = state.range(1) != 0] { MakeBareCalls(gpus, for_report); };
+  state.counters["calls"] = static_cast<double>(CallsOf(make_calls));
+  BareSeconds()[{state.range(0), state.range(1)}] = SecondsPerRun(state, make_calls);
 }
 
 void BM_Detect(benchmark::State& state) {
-  const auto gpus = static_cast<std::size_t>(state.range(0));
-  SetLogging(state.range(1) != 0);
+  const std::size_t gpus = SetUpMachine(state);
+  const bool logs = state.range(1) != 0;
+  SetLogging(logs);
   BenchDetector detector;
-  state.counters["calls"] = CallsOf(gpus, [&] { detector.Detect({}); });
-  for (auto _ : state) benchmark::DoNotOptimize(detector.Detect({}));
+  const auto detect = [&] { benchmark::DoNotOptimize(detector.Detect({})); };
+  const std::uint64_t calls = CallsOf(detect);
+  if (calls != CallsOf([=] { MakeBareCalls(gpus, logs); })) {
+    return state.SkipWithError("the bare calls are not those of a detection");
+  }
+  state.counters["calls"] = static_cast<double>(calls);
+  const double seconds = SecondsPerRun(state, detect);
+  const auto bare = BareSeconds().find({state.range(0), state.range(1)});
+  if (bare != BareSeconds().end()) state.counters["ratio"] = seconds / bare->second;
   SetLogging(false);
 }
 
@@ -69,9 +106,26 @@ BENCHMARK(BM_Detect)->Apply(EachMachine);
 Detector& DetectorOf(std::size_t gpus) {
   static BenchDetector detector;
   SetLogging(false);
+  Simulation::EndProcess();
   Simulation::SetMachine(NvidiaMachine(gpus));
   detector.Detect({});
   return detector;
+}
+
+void BM_BareBufferBuilder(benchmark::State& state) {
+  std::vector<std::uint8_t> serialized;
+  DetectorOf(static_cast<std::size_t>(state.range(0))).Serialize(serialized);
+  FlatBuffers::DetectionResultT result;
+  FlatBuffers::GetDetectionResult(serialized.data())->UnPackTo(&result);
+  std::size_t size = 0;
+  for (auto _ : state) {
+    flatbuffers::FlatBufferBuilder builder;
+    builder.Finish(FlatBuffers::CreateDetectionResult(builder, &result));
+    benchmark::DoNotOptimize(builder.GetBufferPointer());
+    size = builder.GetSize();
+  }
+  if (size != serialized.size()) state.SkipWithError("the content is not the same");
+  state.counters["bytes"] = static_cast<double>(size);
 }
 
 void BM_Serialize(benchmark::State& state) {
@@ -81,65 +135,72 @@ void BM_Serialize(benchmark::State& state) {
   state.counters["bytes"] = static_cast<double>(buffer.size());
 }
 
-void BM_BareBufferBuilder(benchmark::State& state) {
+void BM_WriteTo(benchmark::State& state) {
   Detector& detector = DetectorOf(static_cast<std::size_t>(state.range(0)));
-  std::vector<std::uint8_t> buffer;
-  detector.Serialize(buffer);
-  FlatBuffers::DetectionResultT result;
-  FlatBuffers::GetDetectionResult(buffer.data())->UnPackTo(&result);
-  for (auto _ : state) {
-    flatbuffers::FlatBufferBuilder builder;
-    builder.Finish(FlatBuffers::CreateDetectionResult(builder, &result));
-    benchmark::DoNotOptimize(builder.GetBufferPointer());
-  }
+  std::ofstream nowhere(kNowhere, std::ios::binary);
+  for (auto _ : state) detector.WriteTo(nowhere);
 }
 
-BENCHMARK(BM_BareBufferBuilder)->ArgName("gpus")->Arg(2)->Arg(64)->Unit(benchmark::kMicrosecond);
-BENCHMARK(BM_Serialize)->ArgName("gpus")->Arg(2)->Arg(64)->Unit(benchmark::kMicrosecond);
+void BM_SaveToFile(benchmark::State& state) {
+  Detector& detector = DetectorOf(static_cast<std::size_t>(state.range(0)));
+  for (auto _ : state) detector.SaveToFile(kNowhere);
+}
 
+void EachSize(benchmark::internal::Benchmark* benchmark) {
+  benchmark->ArgName("gpus")->Arg(2)->Arg(64)->Unit(benchmark::kMicrosecond);
+}
+BENCHMARK(BM_BareBufferBuilder)->Apply(EachSize);
+BENCHMARK(BM_Serialize)->Apply(EachSize);
+BENCHMARK(BM_WriteTo)->Apply(EachSize);
+BENCHMARK(BM_SaveToFile)->Apply(EachSize);
+
+/// A query of eight GPUs, about the last of them where it is about one.
 template <typename Query>
-void RunQuery(benchmark::State& state, const Query& query) {
-  Detector& detector = DetectorOf(8);
-  const std::string last_id = detector.GetGPUs().back().id;
-  for (auto _ : state) benchmark::DoNotOptimize(query(detector, last_id));
+void AddQuery(const char* name, const Query& query) {
+  benchmark::RegisterBenchmark(name, [query](benchmark::State& state) {
+    Detector& detector = DetectorOf(8);
+    const std::string last_id = detector.GetGPUs().back().id;
+    for (auto _ : state) benchmark::DoNotOptimize(query(detector, last_id));
+  });
 }
 
-#define VEXIL_BENCH_QUERY(name, expression)                                        \
-  void BM_##name(benchmark::State& state) {                                        \
-    RunQuery(state, [](Detector& vexil, const std::string& id) -> decltype(auto) { \
-      static_cast<void>(id);                                                       \
-      return expression;                                                           \
-    });                                                                            \
-  }                                                                                \
-  BENCHMARK(BM_##name)
-
-VEXIL_BENCH_QUERY(GetGPUIDs, vexil.GetGPUIDs());
-VEXIL_BENCH_QUERY(GetGPUIDsByVendor, vexil.GetGPUIDsByVendor(FlatBuffers::Vendor::NVIDIA));
-VEXIL_BENCH_QUERY(GetGPUIDsByAPI, vexil.GetGPUIDsByAPI(FlatBuffers::ComputeAPI::CUDA));
-VEXIL_BENCH_QUERY(GetGPUIDsByType, vexil.GetGPUIDsByType(FlatBuffers::GPUType::Discrete));
-VEXIL_BENCH_QUERY(FindGPUIDs, vexil.FindGPUIDs("rtx"));
-VEXIL_BENCH_QUERY(GetMainDisplayGPUID, vexil.GetMainDisplayGPUID());
-VEXIL_BENCH_QUERY(GetMainDisplayGPU, &vexil.GetMainDisplayGPU());
-VEXIL_BENCH_QUERY(GetPeerGPUIDs, vexil.GetPeerGPUIDs(id, FlatBuffers::ComputeAPI::CUDA));
-VEXIL_BENCH_QUERY(GetGPU, &vexil.GetGPU(id));
-VEXIL_BENCH_QUERY(GetGPUs, &vexil.GetGPUs());
-VEXIL_BENCH_QUERY(GetMonitors, &vexil.GetMonitors());
-VEXIL_BENCH_QUERY(GetSystem, &vexil.GetSystem());
-
-void BM_GetGPUMemory(benchmark::State& state) {
-  RunQuery(state, [](Detector& vexil, const std::string& id) {
+void AddQueries() {
+  using FlatBuffers::ComputeAPI;
+  using ID = const std::string&;
+  AddQuery("GetGPUIDs", [](Detector& vexil, ID) { return vexil.GetGPUIDs(); });
+  AddQuery("GetGPUIDsByVendor",
+           [](Detector& vexil, ID) { return vexil.GetGPUIDsByVendor(FlatBuffers::Vendor::NVIDIA); });
+  AddQuery("GetGPUIDsByAPI", [](Detector& vexil, ID) { return vexil.GetGPUIDsByAPI(ComputeAPI::CUDA); });
+  AddQuery("GetGPUIDsByType",
+           [](Detector& vexil, ID) { return vexil.GetGPUIDsByType(FlatBuffers::GPUType::Discrete); });
+  AddQuery("FindGPUIDs", [](Detector& vexil, ID) { return vexil.FindGPUIDs("rtx"); });
+  AddQuery("GetMainDisplayGPUID", [](Detector& vexil, ID) { return vexil.GetMainDisplayGPUID(); });
+  AddQuery("GetMainDisplayGPU", [](Detector& vexil, ID) { return &vexil.GetMainDisplayGPU(); });
+  AddQuery("GetPeerGPUIDs/CUDA", [](Detector& vexil, ID id) { return vexil.GetPeerGPUIDs(id, ComputeAPI::CUDA); });
+  AddQuery("GetPeerGPUIDs/OpenCL", [](Detector& vexil, ID id) { return vexil.GetPeerGPUIDs(id, ComputeAPI::OpenCL); });
+  AddQuery("GetGPU", [](Detector& vexil, ID id) { return &vexil.GetGPU(id); });
+  AddQuery("GetGPUs", [](Detector& vexil, ID) { return &vexil.GetGPUs(); });
+  AddQuery("GetMonitors", [](Detector& vexil, ID) { return &vexil.GetMonitors(); });
+  AddQuery("GetSystem", [](Detector& vexil, ID) { return &vexil.GetSystem(); });
+  AddQuery("GetSystemMemory", [](Detector& vexil, ID) {
+    std::uint64_t available = 0;
+    std::uint64_t total = 0;
+    return vexil.GetSystemMemory(available, total);
+  });
+  AddQuery("GetGPUMemory", [](Detector& vexil, ID id) {
     std::uint64_t free = 0;
     std::uint64_t total = 0;
     return vexil.GetGPUMemory(id, free, total);
   });
 }
-BENCHMARK(BM_GetGPUMemory);
 
 }  // namespace
 }  // namespace Vexil::Bench
 
 int main(int argc, char** argv) {
   Vexil::Bench::SendLogNowhere();
+  Vexil::Bench::AddQueries();
   benchmark::Initialize(&argc, argv);
+  if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();
 }

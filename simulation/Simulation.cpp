@@ -7,6 +7,8 @@
 #include <mutex>
 #include <utility>
 
+#include "NVIDIA/NvAPILoader.h"
+
 namespace Vexil::Simulation {
 namespace {
 
@@ -40,6 +42,11 @@ void SetMachine(Machine machine) {
 }
 
 const Machine& TheMachine() { return TheState().machine; }
+
+void EndProcess() {
+  while (NvAPI_Unload() != NVAPI_API_NOT_INITIALIZED) {
+  }
+}
 
 const Observations& Observed() { return TheState().observed; }
 

@@ -31,6 +31,8 @@ struct Observations {
 /// Takes the place of the machine before. Nothing may be running on it.
 void SetMachine(Machine machine);
 const Machine& TheMachine();
+/// Takes down what the library keeps up until its process ends.
+void EndProcess();
 const Observations& Observed();
 
 /// Is told of every call, by its number, counted from 1, its name and its parameter; where it says so the call

@@ -3,7 +3,7 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "../windows/LogCapture.h"
+#include "LogCapture.h"
 #include "ProgramTest.h"
 #include "ResultFile.h"
 #include "ResultOutput.h"
@@ -33,7 +33,7 @@ bool HasUnknown(const json& value) {
 class CommandLineTest : public ProgramTest {
  protected:
   CommandLineTest() {
-    SetMachine("five-gpus");
+    Simulation::SetMachine(LoadTestMachine("five-gpus"));
     WriteFile(m_saved, Detect());
   }
 
@@ -153,7 +153,7 @@ TEST_F(CommandLineTest, SavesWhatItCanReadBack) {
 }
 
 TEST_F(CommandLineTest, OutputIsSoundWhateverDriversCallThings) {
-  Simulation::Machine machine = LoadMachine("five-gpus");
+  Simulation::Machine machine = LoadTestMachine("five-gpus");
   machine.dxgi->at(4).description.name = "Intel\xAE \xC2 \"UHD\"\n\x1B[2J\x7F Graphics";
   Simulation::SetMachine(machine);
   for (const char* command : {"list", "doctor", "memory", "show"}) {
@@ -229,7 +229,7 @@ TEST_F(CommandLineTest, MisuseIsTwoAndNoGPUIsOne) {
   }
   for (const char* option : {"--help", "--version"}) EXPECT_EQ(Run({option}).status, 0) << option;
 
-  SetMachine("none");
+  Simulation::SetMachine(LoadTestMachine("none"));
   EXPECT_EQ(Run({"doctor"}).status, 1);
   for (const std::vector<std::string>& arguments : {std::vector<std::string>(), {"list"}, {"memory"}}) {
     const Answer answer = Run(arguments);

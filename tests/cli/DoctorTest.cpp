@@ -23,7 +23,7 @@ class DoctorTest : public ProgramTest {
 };
 
 TEST_F(DoctorTest, EachSourceAnswersOnAHealthyMachine) {
-  const json diagnosis = Diagnose(LoadMachine("five-gpus"));
+  const json diagnosis = Diagnose(LoadTestMachine("five-gpus"));
   EXPECT_EQ(diagnosis.size(), 7U);
   for (const json& source : diagnosis) {
     EXPECT_EQ(source["state"], "answered") << source;
@@ -73,7 +73,7 @@ TEST_F(DoctorTest, TellsWhatKeepsASourceFromAnswering) {
        },
        kMissing,
        R"("missing_entry_points":["NvAPI_EnumPhysicalGPUs"],"missing_optional_entry_points":["NvAPI_GPU_GetBusId"])"},
-      {"NVAPI", [](Machine& m) { m.nvapi->missing = LoadMachine("old-drivers").nvapi->missing; }, "answered",
+      {"NVAPI", [](Machine& m) { m.nvapi->missing = LoadTestMachine("old-drivers").nvapi->missing; }, "answered",
        R"(["NvAPI_EnumNvidiaUnAttachedDisplayHandle","NvAPI_GPU_GetCurrentPCIEDownstreamWidth",)"
        R"("NvAPI_GPU_GetSystemType","NvAPI_GPU_GetGPUType","NvAPI_GPU_GetMemoryInfo"])"},
       {"NVAPI", fail("NvAPI_Initialize"), "call failed", "NvAPI_Initialize, status -1"},
@@ -85,7 +85,7 @@ TEST_F(DoctorTest, TellsWhatKeepsASourceFromAnswering) {
       {"AMD DL", fail("ADL_Adapter_AdapterInfo_Get"), "call failed", "ADL_Adapter_AdapterInfo_Get, status -1"},
   };
   for (const Case& c : cases) {
-    Machine machine = LoadMachine("five-gpus");
+    Machine machine = LoadTestMachine("five-gpus");
     c.harm(machine);
     const json diagnosis = Diagnose(machine);
     for (const json& source : diagnosis) {
@@ -97,7 +97,7 @@ TEST_F(DoctorTest, TellsWhatKeepsASourceFromAnswering) {
 }
 
 TEST_F(DoctorTest, TellsWhichSourcesSawWhatIsNotMatched) {
-  Machine machine = LoadMachine("five-gpus");
+  Machine machine = LoadTestMachine("five-gpus");
   machine.nvapi.reset();
   const json diagnosis = Diagnose(machine);
   for (const char* source : {"CUDA", "NVML", "DirectX", "Win32", "OpenCL"}) {
@@ -119,7 +119,7 @@ TEST_F(DoctorTest, TellsWhichSourcesSawWhatIsNotMatched) {
 
 // A result holds one GPU per identifier, so the other one is neither shown nor unmatched.
 TEST_F(DoctorTest, TellsOfTwoGPUsWithOneIdentifier) {
-  Machine machine = LoadMachine("twin-nvidia-nvlink");
+  Machine machine = LoadTestMachine("twin-nvidia-nvlink");
   machine.nvapi->gpus[1].pci = machine.nvapi->gpus[0].pci;
   Simulation::SetMachine(machine);
   const std::string saved = TemporaryFile("twins.vexil");

@@ -4,28 +4,8 @@
 #include <sstream>
 
 #include "CommandLine.h"
-#include "LoadMachine.h"
-#include "NVIDIA/NvAPILoader.h"
-#include "Simulation.h"
 
 namespace Vexil::Tests {
-namespace {
-
-class TestDetector : public Detector {};
-
-/// What the library keeps up until the process ends, taken down.
-void EndProcess() {
-  while (NvAPI_Unload() != NVAPI_API_NOT_INITIALIZED) {
-  }
-}
-
-}  // namespace
-
-Simulation::Machine ProgramTest::LoadMachine(const std::string& name) {
-  return Simulation::LoadMachine(VEXIL_MACHINES "/" + name + ".json");
-}
-
-void ProgramTest::SetMachine(const std::string& name) { Simulation::SetMachine(LoadMachine(name)); }
 
 Answer ProgramTest::Run(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), "vexil");
@@ -35,7 +15,7 @@ Answer ProgramTest::Run(std::vector<std::string> arguments) {
   std::ostringstream out;
   std::ostringstream err;
   const int status = Program::RunCommandLine(static_cast<int>(argv.size()), argv.data(), detector, out, err);
-  EndProcess();
+  Simulation::EndProcess();
   return {status, out.str(), err.str()};
 }
 
@@ -44,7 +24,7 @@ std::vector<std::uint8_t> ProgramTest::Detect() {
   detector.Detect({.KeepMarker = true, .Silent = true});
   std::vector<std::uint8_t> buffer;
   detector.Serialize(buffer);
-  EndProcess();
+  Simulation::EndProcess();
   return buffer;
 }
 

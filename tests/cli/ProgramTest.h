@@ -1,13 +1,10 @@
 #pragma once
 
-#include <gtest/gtest.h>
-
 #include <cstdint>
 #include <string>
 #include <vector>
 
-#include "Machine.h"
-#include "Vexil.h"
+#include "MachineTest.h"
 
 namespace Vexil::Tests {
 
@@ -20,10 +17,6 @@ struct Answer {
 /// Runs the program on a simulated machine.
 class ProgramTest : public testing::Test {
  protected:
-  /// A machine of tests/machines, by name, or one made of it.
-  static Simulation::Machine LoadMachine(const std::string& name);
-  static void SetMachine(const std::string& name);
-
   /// One call of the program, with a Detector of its own as in a process of its own.
   static Answer Run(std::vector<std::string> arguments);
 

@@ -34,7 +34,7 @@ void RunAllCommands(const Program::Results& results) {
 
 class ResultFileTest : public ProgramTest {
  protected:
-  ResultFileTest() { SetMachine("hybrid-laptop"); }
+  ResultFileTest() { Simulation::SetMachine(LoadTestMachine("hybrid-laptop")); }
 };
 
 TEST_F(ResultFileTest, ACutResultIsNone) {

@@ -129,7 +129,7 @@ class HostileDrivers : public testing::Test {
     } catch (const std::out_of_range&) {
       // A version text with a number beyond 32 bits.
     }
-    EndProcess();
+    Simulation::EndProcess();
     m_log->lines.clear();
     for (const auto& [library, open] : Observed().open) EXPECT_EQ(open, m_may_stay_open[library]) << library;
     for (const auto& [library, up] : Observed().up) EXPECT_EQ(up, 0) << library;
@@ -148,7 +148,7 @@ TEST_F(HostileDrivers, LeaveTheResultsSound) {
   // The first use of OpenCL and NVAPI differs from all others.
   Simulation::SetMachine(LoadTestMachine("five-gpus"));
   TestDetector().Detect({});
-  EndProcess();
+  Simulation::EndProcess();
 
   const std::uint64_t first = Setting("VEXIL_HOSTILE_SEED", 1);
   const std::uint64_t machines = Setting("VEXIL_HOSTILE_MACHINES", 2000);

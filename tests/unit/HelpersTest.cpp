@@ -98,15 +98,6 @@ TEST(CleanGPUName, LeavesOutItsVendor) {
   EXPECT_EQ(CleanGPUName("Intel(R) UHD Graphics", Vendor::Intel), "UHD Graphics");
 }
 
-TEST(PCIVendorIDText, IsUpperCaseHexadecimal) {
-  const std::pair<Vendor, const char*> kCases[] = {{Vendor::NVIDIA, "10DE"},
-                                                   {Vendor::AMD, "1002"},
-                                                   {Vendor::Intel, "8086"},
-                                                   {Vendor::Apple, "FFFF"},
-                                                   {Vendor::Unknown, "FFFF"}};
-  for (const auto& [vendor, text] : kCases) EXPECT_EQ(PCIVendorIDText(vendor), text);
-}
-
 TEST(HashString, IsMurmurHash3) {
   using namespace std::string_literals;
   // By another implementation, which agrees with the published values for other seeds.
@@ -147,12 +138,6 @@ TEST(PCILocation, LeavesOutAnUnknownFunctionOnly) {
   PCILocation location;
   SetDeviceAndFunction(location, 0x00030001);
   EXPECT_EQ(PCILocationText(location), "PCI:-1:3.1");
-}
-
-TEST(ArchitectureName, KnowsTwo) {
-  EXPECT_EQ(ArchitectureName(FlatBuffers::Architecture::X86_64), "x86-64");
-  EXPECT_EQ(ArchitectureName(FlatBuffers::Architecture::ARM64), "arm64");
-  EXPECT_EQ(ArchitectureName(FlatBuffers::Architecture::Unknown), "UnknownArch");
 }
 
 }  // namespace

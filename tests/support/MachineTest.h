@@ -32,7 +32,4 @@ class MachineTest : public testing::Test {
 /// A machine of tests/machines, by name.
 Simulation::Machine LoadTestMachine(const std::string& name);
 
-/// What the library keeps up until the process ends, taken down.
-void EndProcess();
-
 }  // namespace Vexil::Tests

@@ -2,14 +2,12 @@
 
 #include <regex>
 
-#include "NVIDIA/NvAPILoader.h"
-
 namespace Vexil::Tests {
 
 MachineTest::MachineTest() : m_log(LogCapture::Start()) {}
 
 MachineTest::~MachineTest() {
-  EndProcess();
+  Simulation::EndProcess();
   EXPECT_EQ(Simulation::Observed().misuses, std::vector<std::string>());
 }
 
@@ -23,11 +21,6 @@ std::vector<std::string> MachineTest::TakeLog() {
 
 Simulation::Machine LoadTestMachine(const std::string& name) {
   return Simulation::LoadMachine(VEXIL_MACHINES "/" + name + ".json");
-}
-
-void EndProcess() {
-  while (NvAPI_Unload() != NVAPI_API_NOT_INITIALIZED) {
-  }
 }
 
 }  // namespace Vexil::Tests
