@@ -12,7 +12,7 @@ namespace {
 /// Nobody else makes a Detector.
 class TheDetector : public Vexil::Detector {
  public:
-  // Before any logger exists, which a detection is the first to ask for.
+  // Before anything of the library asks for the logger.
   TheDetector() { Vexil::SetUpLogging(); }
 };
 

@@ -63,8 +63,8 @@ class IInterface {
 /// also when nothing was found. Only Detect() detects again.
 ///
 /// **Unknown values.** A number that no source could tell is -1 (all bits set), a text or list is
-/// empty, a nested record is null, a handle in a source's record is 0. Memory sizes in records are MiB,
-/// those of operations are bytes.
+/// empty, a nested record is null, a handle in a source's record is 0; OpenCL's handles in GPUT and
+/// DirectXGPUT are all bits set. Memory sizes in records are MiB, those of operations are bytes.
 ///
 /// **Texts** are the bytes that Windows and the drivers gave: in the machine's ANSI code page, so other
 /// than ASCII letters are not always UTF-8.

@@ -25,11 +25,7 @@ log4cxx::LevelPtr ToLog4cxx(LogLevel level) {
   }
 }
 
-}  // namespace
-
-void SetUpLogging() {
-  if (log4cxx::LogManager::getLoggerRepository()->isConfigured()) return;
-
+void ConfigureLog4cxx() {
   // Through the configurator, so that every object is made by log4cxx itself: an appender made here
   // would outlive this library's code when the host unloads it.
   log4cxx::helpers::Properties properties;
@@ -37,13 +33,23 @@ void SetUpLogging() {
     properties.setProperty(key, value);
   };
   set(LOG4CXX_STR("log4j.rootLogger"), LOG4CXX_STR("DEBUG"));
-  set(LOG4CXX_STR("log4j.logger.Vexil"), LOG4CXX_STR("INHERITED, VexilConsole"));
+  // No level before the comma: whatever level the logger has stays.
+  set(LOG4CXX_STR("log4j.logger.Vexil"), LOG4CXX_STR(", VexilConsole"));
   set(LOG4CXX_STR("log4j.appender.VexilConsole"), LOG4CXX_STR("org.apache.log4j.ConsoleAppender"));
   set(LOG4CXX_STR("log4j.appender.VexilConsole.target"), LOG4CXX_STR("System.err"));
   set(LOG4CXX_STR("log4j.appender.VexilConsole.layout"), LOG4CXX_STR("org.apache.log4j.PatternLayout"));
   set(LOG4CXX_STR("log4j.appender.VexilConsole.layout.ConversionPattern"),
       LOG4CXX_STR("%d{HH:mm:ss,SSS} | %-5p | %-18.32c | %m\n"));
   log4cxx::PropertyConfigurator::configure(properties);
+}
+
+}  // namespace
+
+void SetUpLogging() {
+  if (!log4cxx::LogManager::getLoggerRepository()->isConfigured()) ConfigureLog4cxx();
+  // While the answer still holds: where the host shuts log4cxx down, fetching a logger would look for
+  // configuration files.
+  VexilLogger();
 }
 
 bool IsLogEnabled(LogLevel level) {

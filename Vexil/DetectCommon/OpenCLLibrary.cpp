@@ -30,7 +30,7 @@ std::vector<Handle> QueryHandles(const Query& query) {
   if (query(0, nullptr, &count) != CL_SUCCESS || count == 0) return {};
   std::vector<Handle> handles(std::min(count, kMaxItems), nullptr);
   if (query(static_cast<cl_uint>(handles.size()), handles.data(), nullptr) != CL_SUCCESS) return {};
-  handles.erase(std::remove(handles.begin(), handles.end(), nullptr), handles.end());
+  std::erase(handles, nullptr);
   return handles;
 }
 
@@ -45,12 +45,12 @@ bool OpenCLLibrary::Initialize() {
 
 std::vector<cl_platform_id> OpenCLLibrary::GetPlatforms() const {
   auto platforms = QueryHandles<cl_platform_id>(clGetPlatformIDs);
-  const auto is_useless = [this](cl_platform_id platform) {
+  const auto has_no_gpu = [this](cl_platform_id platform) {
     cl_uint gpus = 0;
-    return clGetDeviceIDs(platform, CL_DEVICE_TYPE_GPU, 0, nullptr, &gpus) != CL_SUCCESS || gpus == 0 ||
-           IsTranslationLayer(platform);
+    return clGetDeviceIDs(platform, CL_DEVICE_TYPE_GPU, 0, nullptr, &gpus) != CL_SUCCESS || gpus == 0;
   };
-  platforms.erase(std::remove_if(platforms.begin(), platforms.end(), is_useless), platforms.end());
+  std::erase_if(platforms, has_no_gpu);
+  std::erase_if(platforms, [this](cl_platform_id platform) { return IsTranslationLayer(platform); });
   return platforms;
 }
 
