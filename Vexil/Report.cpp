@@ -48,7 +48,7 @@ std::string MemoryText(const MatchedGPUT& matched, LiveFigures& live) {
   std::uint64_t free = 0;
   std::uint64_t total = 0;
   if (live.GetGPUMemory(matched, free, total)) {
-    return FormatSize(total - free) + " used of " + FormatSize(total) + " VRAM";
+    return FormatSize(total - std::min(free, total)) + " used of " + FormatSize(total) + " VRAM";
   }
   if (matched.gpu->vram_mib == kUnknown) return "Unknown VRAM";
   return FormatMiB(matched.gpu->vram_mib) + " VRAM";

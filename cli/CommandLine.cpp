@@ -134,7 +134,7 @@ int Run(const Request& request, const Command& command, Detector& detector, std:
 
 int RunCommandLine(int argc, const char* const* argv, Detector& detector, std::ostream& out, std::ostream& err) {
   CLI::App app("Finds the GPUs of a machine. Without a command: a report of all that was found.", "vexil");
-  app.footer("Exit status: 0 when GPUs were found, 1 when none, 2 on misuse or unreadable input.");
+  app.footer("Exit status: 0 when GPUs were found, 1 when none, 2 on misuse, or where input or output fails.");
   app.require_subcommand(0, 1);
   app.failure_message([](const CLI::App*, const CLI::Error& error) {
     return "vexil: " + std::string(error.what()) + "\nvexil --help tells more.\n";
@@ -148,7 +148,8 @@ int RunCommandLine(int argc, const char* const* argv, Detector& detector, std::o
     app.parse(argc, argv);
     return Run(request, command, detector, out, err);
   } catch (const CLI::ParseError& error) {
-    return app.exit(error, out, err) == 0 ? kFoundGPUs : kCannot;
+    const bool is_told = app.exit(error, out, err) == 0 && out.flush();
+    return is_told ? kFoundGPUs : kCannot;
   } catch (const std::exception& error) {
     out.flush();
     err << "vexil: " << error.what() << '\n';

@@ -122,7 +122,7 @@ Examination ExamineAMDDL(bool has_records) {
 Examination ExamineNvAPI(bool has_records) {
   const NvAPI_Status start = NvAPI_Initialize();
   // While NVAPI is up, as its other functions are asked for at detection.
-  const Examination examination = Examine<NvAPIFunctions>([=](const NvAPIFunctions&) -> std::string {
+  Examination examination = Examine<NvAPIFunctions>([=](const NvAPIFunctions&) -> std::string {
     if (start != NVAPI_OK) return Failure(kNvAPIInitialize.name, start);
     if (has_records) return {};
     NvPhysicalGpuHandle gpus[NVAPI_MAX_PHYSICAL_GPUS] = {};

@@ -1,3 +1,4 @@
+#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -5,6 +6,7 @@
 #include "Common/FormatSize.h"
 #include "Common/Unknown.h"
 #include "Json.h"
+#include "MatchAnew.h"
 #include "TextTable.h"
 
 namespace Vexil::Program {
@@ -34,7 +36,7 @@ std::optional<Figures> AskGPU(const Session& session, const std::string& id) {
 
 /// The live figures, or the size alone, which every result tells.
 std::string MemoryText(const std::optional<Figures>& live, std::int32_t size_mib) {
-  if (live) return FormatSize(live->total - live->free) + " used of " + FormatSize(live->total);
+  if (live) return FormatSize(live->total - std::min(live->free, live->total)) + " used of " + FormatSize(live->total);
   return size_mib == kUnknown ? "unknown" : FormatMiB(size_mib) + ", use unknown";
 }
 
@@ -77,6 +79,7 @@ int Memory(const Session& session, const std::optional<std::string>& id, const W
   Selected selected;
   if (!id) {
     selected = SelectGPUs(session, {});
+    WarnOfHiddenGPUs(session);
   } else if (const MatchedGPUT* matched = SelectGPU(session, *id)) {
     selected = {matched};
   } else {

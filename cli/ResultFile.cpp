@@ -21,10 +21,8 @@ constexpr flatbuffers::uoffset_t kMostTables = 100'000;
 /// What every result has that the library wrote. Other formats pass for a result without any field.
 bool IsComplete(const DetectionResultT& records) {
   if (records.system == nullptr || records.detectors_output == nullptr) return false;
-  for (const auto& matched : records.gpus) {
-    if (matched == nullptr || matched->gpu == nullptr) return false;
-  }
-  return true;
+  const auto has_gpu = [](const auto& matched) { return matched != nullptr && matched->gpu != nullptr; };
+  return std::all_of(records.gpus.begin(), records.gpus.end(), has_gpu);
 }
 
 std::string LastError() { return std::generic_category().message(errno); }

@@ -49,7 +49,7 @@ RunLog::RunLog(const std::vector<LogLine>& lines) {
       has_errors = has_errors || line.level == LogLevel::Error;
     }
   }
-  add({kAfterMatching, std::nullopt, {}, false});
+  if (!lines.empty()) add({kAfterMatching, std::nullopt, {}, false});
 }
 
 const RunLog::Step* RunLog::Find(std::string_view name) const {

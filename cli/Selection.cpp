@@ -39,7 +39,7 @@ std::vector<const MatchedGPUT*> SelectGPUs(const Session& session, const Filter&
       session.IsLive() ? AskDetector(*session.detector, filter) : AskSaved(session.results.gpus, filter);
   std::vector<const MatchedGPUT*> selected;
   for (const MatchedGPUT& matched : session.results.matched) {
-    const auto has_it = [&](const GPUIDs& ids) { return ids.count(matched.gpu->id) != 0; };
+    const auto has_it = [&](const GPUIDs& ids) { return ids.contains(matched.gpu->id); };
     if (std::all_of(answers.begin(), answers.end(), has_it)) selected.push_back(&matched);
   }
   return selected;

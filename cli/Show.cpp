@@ -44,13 +44,17 @@ void PrintRecord(std::ostream& out, const std::string& title, const Json& record
   }
 }
 
+void AddDisplays(TextTable& table, const std::vector<std::string>& names) {
+  if (!names.empty()) table.Add({"", Join(names, ", ")});
+}
+
 /// By what names and numbers the GPU is found in other interfaces, which are called as in the report.
 TextTable CrossIndex(const MatchedGPUT& matched) {
   TextTable table;
   if (matched.cuda != nullptr) table.Add({"CUDA", fmt::format("device {}", matched.cuda->index)});
   if (matched.nvapi != nullptr) {
     table.Add({"NVAPI", fmt::format("handle {:#x}", matched.nvapi->handle)});
-    if (!matched.nvapi->display_names.empty()) table.Add({"", Join(matched.nvapi->display_names, ", ")});
+    AddDisplays(table, matched.nvapi->display_names);
   }
   if (matched.nvml != nullptr) {
     table.Add({"NVML", fmt::format("PCI bus {}, device {}", matched.nvml->pci_bus, matched.nvml->pci_device)});
@@ -62,15 +66,15 @@ TextTable CrossIndex(const MatchedGPUT& matched) {
   if (matched.directx != nullptr) {
     table.Add({"DirectX", fmt::format("\"{}\"{}", matched.directx->name,
                                       matched.directx->is_first_adapter ? ", the first adapter" : "")});
-    if (!matched.directx->output_names.empty()) table.Add({"", Join(matched.directx->output_names, ", ")});
+    AddDisplays(table, matched.directx->output_names);
   }
   if (matched.amddl != nullptr) {
     table.Add({"AMDDL", fmt::format("\"{}\"{}", matched.amddl->name, matched.amddl->is_primary ? ", primary" : "")});
-    if (!matched.amddl->display_names.empty()) table.Add({"", Join(matched.amddl->display_names, ", ")});
+    AddDisplays(table, matched.amddl->display_names);
   }
   if (matched.win32 != nullptr) {
     table.Add({"Win32", fmt::format("\"{}\"{}", matched.win32->name, matched.win32->is_primary ? ", primary" : "")});
-    if (!matched.win32->device_names.empty()) table.Add({"", Join(matched.win32->device_names, ", ")});
+    AddDisplays(table, matched.win32->device_names);
   }
   return table;
 }

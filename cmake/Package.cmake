@@ -29,8 +29,9 @@ install(FILES $<TARGET_LINKER_FILE:log4cxx> DESTINATION lib)
 
 install(FILES README.md CHANGELOG.md DESTINATION share/doc/Vexil)
 # Side by side, as their links expect.
-install(DIRECTORY docs examples DESTINATION share/doc/Vexil)
+install(DIRECTORY docs examples DESTINATION share/doc/Vexil PATTERN CMakeLists.txt EXCLUDE)
 install(FILES simulation/README.md DESTINATION share/doc/Vexil/simulation)
+install(FILES tests/machines/five-gpus.json tests/machines/hybrid-laptop.json DESTINATION share/doc/Vexil/tests/machines)
 if(VEXIL_LICENSES_DIR)
   install(DIRECTORY ${VEXIL_LICENSES_DIR}/ DESTINATION share/licenses/Vexil)
 endif()
@@ -42,7 +43,8 @@ add_library(Vexil::Vexil ALIAS vexil)
 # Names alone: the folders are those of the machine that makes the package. A generator expression that takes
 # a list to its file names is younger than the CMake that Debian has, so the installation does it.
 install(CODE "
-  foreach(dll IN ITEMS ${runtime_dlls})
+  set(dlls \"${runtime_dlls}\")
+  foreach(dll IN LISTS dlls)
     cmake_path(GET dll FILENAME name)
     list(APPEND names \${name})
   endforeach()

@@ -32,6 +32,7 @@ bool RunWithin(DWORD milliseconds, std::string command_line) {
   SetErrorMode(SEM_NOGPFAULTERRORBOX);
   if (CreateProcessA(nullptr, command_line.data(), nullptr, nullptr, FALSE, CREATE_NO_WINDOW, nullptr, nullptr,
                      &startup, &info) == FALSE) {
+    std::cerr << "vexil.exe could not be started.\n";
     return false;
   }
   const Handle process(info.hProcess);
@@ -70,7 +71,7 @@ int main(int count, char** arguments) {
   const auto result = finished ? ReadResult(path) : std::nullopt;
   DeleteFileA(path);
   if (!result) {
-    std::cerr << "The detection crashed, hung or could not be started.\n";
+    std::cerr << "The detection crashed or hung, or never began.\n";
     return 2;
   }
   for (const auto& matched : result->gpus) {

@@ -5,8 +5,9 @@
 
 #include <algorithm>
 #include <cmath>
-#include <cstdio>
 #include <fstream>
+#include <initializer_list>
+#include <string_view>
 
 #include "JsonReader.h"
 #include "SimulatedLibraries.h"
@@ -24,6 +25,8 @@ template <typename Bytes>
 struct MiB {
   Bytes& bytes;
 };
+template <typename Bytes>
+MiB(Bytes&) -> MiB<Bytes>;
 
 /// 1 for "\\.\DISPLAY1", or any text.
 struct Display {
@@ -121,21 +124,37 @@ static void Read(const JsonPath& from, OutputState& to) {
   }
 }
 
+/// Whether the text is these numbers, one before each of the separators and one at the end.
+static bool IsNumbers(std::string_view text, std::string_view separators,
+                      std::initializer_list<std::uint32_t*> numbers) {
+  const char* at = text.data();
+  const char* const end = at + text.size();
+  for (std::uint32_t* number : numbers) {
+    const auto [rest, error] = std::from_chars(at, end, *number);
+    if (error != std::errc()) return false;
+    at = rest;
+    if (separators.empty()) break;
+    if (at == end || *at != separators.front()) return false;
+    separators.remove_prefix(1);
+    ++at;
+  }
+  return at == end;
+}
+
 /// "65:0.0", or without the function.
 static void Read(const JsonPath& from, PCIAddress& to) {
   std::string text;
   Read(from, text);
-  char rest = 0;
-  const int numbers = std::sscanf(text.c_str(), "%u:%u.%u%c", &to.bus, &to.device, &to.function, &rest);
-  if (numbers != 2 && numbers != 3) from.Fail("expected a PCI address such as \"65:0.0\"");
+  if (IsNumbers(text, ":.", {&to.bus, &to.device, &to.function})) return;
+  to.function = 0;
+  if (!IsNumbers(text, ":", {&to.bus, &to.device})) from.Fail("expected a PCI address such as \"65:0.0\"");
 }
 
 /// "3840x2160@60"
 static void Read(const JsonPath& from, DisplayMode& to) {
   std::string text;
   Read(from, text);
-  char rest = 0;
-  if (std::sscanf(text.c_str(), "%ux%u@%u%c", &to.width, &to.height, &to.refresh_rate, &rest) != 3) {
+  if (!IsNumbers(text, "x@", {&to.width, &to.height, &to.refresh_rate})) {
     from.Fail("expected a mode such as \"3840x2160@60\"");
   }
 }

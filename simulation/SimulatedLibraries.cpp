@@ -16,22 +16,25 @@ std::array<const SimulatedLibrary*, 5> AllLibraries() {
   return {&SimulatedOpenCL(), &SimulatedCUDA(), &SimulatedNVML(), &SimulatedNVAPI(), &SimulatedADL()};
 }
 
-const std::set<std::string> kCallsOfWindows = {"CreateDXGIFactory",
-                                               "EnumAdapters1",
-                                               "EnumDisplayDevices",
-                                               "EnumDisplaySettings",
-                                               "EnumOutputs",
-                                               "GetDesc",
-                                               "GetDesc2",
-                                               "GetProcAddress",
-                                               "GlobalMemoryStatusEx",
-                                               "LoadLibrary",
-                                               "QueryInterface",
-                                               "RegGetValue",
-                                               "SetupDiEnumDeviceInfo",
-                                               "SetupDiGetClassDevs",
-                                               "SetupDiGetDeviceProperty",
-                                               "SetupDiGetDeviceRegistryProperty"};
+const std::set<std::string>& CallsOfWindows() {
+  static const std::set<std::string> calls = {"CreateDXGIFactory",
+                                              "EnumAdapters1",
+                                              "EnumDisplayDevices",
+                                              "EnumDisplaySettings",
+                                              "EnumOutputs",
+                                              "GetDesc",
+                                              "GetDesc2",
+                                              "GetProcAddress",
+                                              "GlobalMemoryStatusEx",
+                                              "LoadLibrary",
+                                              "QueryInterface",
+                                              "RegGetValue",
+                                              "SetupDiEnumDeviceInfo",
+                                              "SetupDiGetClassDevs",
+                                              "SetupDiGetDeviceProperty",
+                                              "SetupDiGetDeviceRegistryProperty"};
+  return calls;
+}
 
 }  // namespace
 
@@ -41,7 +44,7 @@ bool Simulation::Offers(const SimulatedLibrary& library, const std::string& entr
 
 bool Simulation::IsKnownCall(const std::string& name) {
   const auto libraries = AllLibraries();
-  return kCallsOfWindows.contains(name) ||
+  return CallsOfWindows().contains(name) ||
          std::any_of(libraries.begin(), libraries.end(),
                      [&](const SimulatedLibrary* library) { return Offers(*library, name); });
 }

@@ -57,7 +57,7 @@ StatusReplaced<Result, Arguments...> ReplacementFor(Result (*)(Arguments...));
 
 /// An entry point for the library's table.
 template <auto entry>
-Symbol ToSymbol() {
+Symbol ToSymbol() noexcept {
   return reinterpret_cast<Symbol>(decltype(ReplacementFor(entry))::template Call<entry>);
 }
 

@@ -62,7 +62,7 @@ const char* nvmlErrorString(int result) {
   return result == kNotSupported ? "Not Supported" : result == kUnknownError ? "Unknown Error" : "Invalid Argument";
 }
 
-int nvmlSystemGetDriverVersion(char*, unsigned) {
+int nvmlSystemGetDriverVersion(char* /*version*/, unsigned /*size*/) {
   ReportMisuse("nobody asks NVML for the driver version");
   const int refusal = Refusal("nvmlSystemGetDriverVersion");
   return refusal != kSuccess ? refusal : kNotSupported;

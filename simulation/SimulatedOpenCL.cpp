@@ -42,9 +42,9 @@ const OpenCLDevice* FindDevice(Handle handle) {
 
 /// Where an answer of any kind goes.
 struct Answer {
-  std::size_t size;
-  void* buffer;
-  std::size_t* size_out;
+  std::size_t size = 0;
+  void* buffer = nullptr;
+  std::size_t* size_out = nullptr;
   std::optional<std::uint64_t> claimed_text_size;
 
   int Bytes(const void* bytes, std::size_t count) const {

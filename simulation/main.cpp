@@ -24,7 +24,7 @@ int main(int argc, char** argv) {
   }
   if (argv[1] == std::string_view("--help")) {
     std::cout << kUsage;
-    return 0;
+    return std::cout.flush() ? 0 : 2;
   }
   try {
     Vexil::Simulation::SetMachine(Vexil::Simulation::LoadMachine(argv[1]));

@@ -52,15 +52,7 @@ void SetUpLogging() {
   VexilLogger();
 }
 
-bool IsLogEnabled(LogLevel level) {
-  const log4cxx::LoggerPtr& logger = VexilLogger();
-  switch (level) {
-    case LogLevel::Debug: return logger->isDebugEnabled();
-    case LogLevel::Info: return logger->isInfoEnabled();
-    case LogLevel::Warn: return logger->isWarnEnabled();
-    default: return logger->isErrorEnabled();
-  }
-}
+bool IsLogEnabled(LogLevel level) { return VexilLogger()->isEnabledFor(ToLog4cxx(level)); }
 
 void WriteLog(LogLevel level, const std::string& text, const LogSite& site) {
   using log4cxx::spi::LocationInfo;

@@ -50,12 +50,6 @@ std::vector<std::string> Split(std::string_view text, char separator, EmptyPiece
 
 std::string CollapseBlanks(std::string_view text) { return Join(Split(text, ' ', EmptyPieces::Drop), " "); }
 
-std::string UpperCase(std::string_view text) {
-  std::string result(text);
-  std::transform(result.begin(), result.end(), result.begin(), Upper);
-  return result;
-}
-
 std::string TextInBuffer(const char* buffer, std::size_t size) {
   return {buffer, std::find(buffer, buffer + size, '\0')};
 }

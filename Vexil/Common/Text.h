@@ -36,8 +36,6 @@ std::string Join(const Pieces& pieces, std::string_view separator) {
 /// Every run of blanks becomes one, those at the ends go.
 std::string CollapseBlanks(std::string_view text);
 
-std::string UpperCase(std::string_view text);
-
 /// The text in a buffer that a driver filled: up to its NUL, or all of it where the driver forgot that.
 std::string TextInBuffer(const char* buffer, std::size_t size);
 

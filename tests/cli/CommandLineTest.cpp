@@ -1,4 +1,5 @@
 #include <algorithm>
+#include <array>
 #include <filesystem>
 #include <nlohmann/json.hpp>
 #include <sstream>
@@ -25,7 +26,8 @@ bool Contains(const std::string& text, const std::string& part) { return text.fi
 
 /// No member that is -1, all bits set or empty, at any depth.
 bool HasUnknown(const json& value) {
-  if (value == -1 || value == ~std::uint64_t{0} || value == "") return true;
+  static const std::array<json, 3> kUnknowns = {-1, ~std::uint64_t{0}, ""};
+  if (std::find(kUnknowns.begin(), kUnknowns.end(), value) != kUnknowns.end()) return true;
   if (!value.is_structured()) return false;
   return value.empty() || std::any_of(value.begin(), value.end(), HasUnknown);
 }
@@ -104,7 +106,7 @@ TEST_F(CommandLineTest, ShowTellsWhatOtherInterfacesCallTheGPU) {
   EXPECT_EQ(answer.status, 0);
   for (const char* part :
        {"CUDA     device 0", "NVAPI    handle 0x", "platform 0x10000 \"NVIDIA CUDA\", device 0x10001",
-        "the first adapter", "\\\\.\\DISPLAY1, \\\\.\\DISPLAY2", "pcie_max_generation  4"}) {
+        "the first adapter", R"(\\.\DISPLAY1, \\.\DISPLAY2)", "pcie_max_generation  4"}) {
     EXPECT_TRUE(Contains(answer.out, part)) << part << " in\n" << answer.out;
   }
   EXPECT_EQ(RunSaved({"show", "gpu:61279526.5150080d"}).out, answer.out);

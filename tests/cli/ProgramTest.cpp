@@ -1,5 +1,6 @@
 #include "ProgramTest.h"
 
+#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -9,13 +10,13 @@ namespace Vexil::Tests {
 
 Answer ProgramTest::Run(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), "vexil");
-  std::vector<const char*> argv;
-  for (const std::string& argument : arguments) argv.push_back(argument.c_str());
+  std::vector<const char*> argv(arguments.size());
+  std::transform(arguments.begin(), arguments.end(), argv.begin(), [](const std::string& a) { return a.c_str(); });
   TestDetector detector;
   std::ostringstream out;
   std::ostringstream err;
   const int status = Program::RunCommandLine(static_cast<int>(argv.size()), argv.data(), detector, out, err);
-  Simulation::EndProcess();
+  EndProcess();
   return {status, out.str(), err.str()};
 }
 
@@ -24,11 +25,9 @@ std::vector<std::uint8_t> ProgramTest::Detect() {
   detector.Detect({.KeepMarker = true, .Silent = true});
   std::vector<std::uint8_t> buffer;
   detector.Serialize(buffer);
-  Simulation::EndProcess();
+  EndProcess();
   return buffer;
 }
-
-std::string ProgramTest::TemporaryFile(const std::string& name) { return testing::TempDir() + "vexil-" + name; }
 
 void ProgramTest::WriteFile(const std::string& path, const std::vector<std::uint8_t>& bytes) {
   std::ofstream file(path, std::ios::binary);

@@ -23,7 +23,6 @@ class ProgramTest : public testing::Test {
   /// What the machine's detection packs.
   static std::vector<std::uint8_t> Detect();
 
-  static std::string TemporaryFile(const std::string& name);
   static void WriteFile(const std::string& path, const std::vector<std::uint8_t>& bytes);
 };
 

@@ -61,7 +61,7 @@ TEST_F(ResultFileTest, ADamagedResultIsNoneOrAnother) {
 }
 
 TEST_F(ResultFileTest, OtherFilesAreNone) {
-  const std::string text = "{\"version\": 1, \"gpus\": []} and whatever else stands in a text of some length";
+  const std::string text = R"({"version": 1, "gpus": []} and whatever else stands in a text of some length)";
   for (const std::vector<std::uint8_t>& bytes :
        {std::vector<std::uint8_t>(text.begin(), text.end()), std::vector<std::uint8_t>(1000, 0),
         // A FlatBuffer with an empty root table: right in form, but nothing that the library writes.

@@ -164,8 +164,8 @@ TEST_F(HostileDrivers, LeaveTheResultsSound) {
     thrown += packed ? 0 : 1;
     ASSERT_FALSE(HasFailure()) << "on the machine of seed " << seed;
   }
-  std::printf("%d machines, %d of them with GPUs, %d with version numbers beyond 32 bits\n", static_cast<int>(machines),
-              with_gpus, thrown);
+  std::cout << machines << " machines, " << with_gpus << " of them with GPUs, " << thrown
+            << " with version numbers beyond 32 bits\n";
 }
 
 }  // namespace

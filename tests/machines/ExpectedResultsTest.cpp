@@ -32,7 +32,7 @@ bool HoldsRecords(const Json& json) {
 
 /// A line for every record that holds no other records, so that a changed record is a changed line.
 std::string Print(const Json& json, std::size_t indent = 0) {
-  const std::string line = json.dump();
+  std::string line = json.dump();
   if (!HoldsRecords(json)) return line;
   std::string text;
   for (const auto& item : json.items()) {

@@ -8,7 +8,7 @@ namespace {
 
 /// What LoadMachine says of a file with this text; empty where it takes it.
 std::string Complaint(const std::string& text) {
-  const std::string path = testing::TempDir() + "vexil-machine-file.json";
+  const std::string path = TemporaryFile("machine.json");
   std::ofstream(path) << text;
   try {
     Simulation::LoadMachine(path);
@@ -20,6 +20,7 @@ std::string Complaint(const std::string& text) {
 
 TEST(MachineFiles, SlipsAreTold) {
   constexpr const char* kNoNumber = R"(expected a whole number, or a text such as "0x10de")";
+  constexpr const char* kNoAddress = R"(expected a PCI address such as "65:0.0")";
   constexpr const char* kNoRoom = "there is no room for such a number";
   const std::vector<std::pair<std::string, std::string>> cases = {
       {R"({"cudaa": {}})", R"(: nobody knows "cudaa" here)"},
@@ -38,6 +39,9 @@ TEST(MachineFiles, SlipsAreTold) {
       {R"({"adl": {"claimed_count": 18446744073709551615}})", std::string(".adl.claimed_count: ") + kNoRoom},
       {R"({"display_adapters": [{"outputs": [{"state": "attached"}]}]})",
        ".display_adapters[0].outputs[0].state: expected a list"},
+      {R"({"display_class": [{"pci": "0000:65:00.0"}]})", std::string(".display_class[0].pci: ") + kNoAddress},
+      {R"({"display_class": [{"pci": "65:0x"}]})", std::string(".display_class[0].pci: ") + kNoAddress},
+      {R"({"display_class": [{"pci": "99999999999:0"}]})", std::string(".display_class[0].pci: ") + kNoAddress},
       {R"({"windows": {"threads": -1}, "adl": {"adapters": [{"vendor_id": "0xFFFFFFFF"}]}})", ""},
       {R"({"failures": ["cuDeviceGetAttribute 33"], "nvapi": {"missing": ["NvAPI_GPU_GetMemoryInfo"]}})", ""},
   };

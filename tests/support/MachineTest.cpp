@@ -6,10 +6,7 @@ namespace Vexil::Tests {
 
 MachineTest::MachineTest() : m_log(LogCapture::Start()) {}
 
-MachineTest::~MachineTest() {
-  Simulation::EndProcess();
-  EXPECT_EQ(Simulation::Observed().misuses, std::vector<std::string>());
-}
+MachineTest::~MachineTest() { EndProcess(); }
 
 std::vector<std::string> MachineTest::TakeLog() {
   static const std::regex duration(R"(\d+ ms\.)");
@@ -21,6 +18,16 @@ std::vector<std::string> MachineTest::TakeLog() {
 
 Simulation::Machine LoadTestMachine(const std::string& name) {
   return Simulation::LoadMachine(VEXIL_MACHINES "/" + name + ".json");
+}
+
+void EndProcess() {
+  Simulation::EndProcess();
+  EXPECT_EQ(Simulation::Observed().misuses, std::vector<std::string>());
+}
+
+std::string TemporaryFile(const std::string& name) {
+  const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
+  return testing::TempDir() + "vexil-" + test.test_suite_name() + "-" + test.name() + "-" + name;
 }
 
 }  // namespace Vexil::Tests

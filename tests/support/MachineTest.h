@@ -32,4 +32,10 @@ class MachineTest : public testing::Test {
 /// A machine of tests/machines, by name.
 Simulation::Machine LoadTestMachine(const std::string& name);
 
+/// Ends as a process does, with nothing left up; drivers must not have been misused until then.
+void EndProcess();
+
+/// A file that no other test uses.
+std::string TemporaryFile(const std::string& name);
+
 }  // namespace Vexil::Tests

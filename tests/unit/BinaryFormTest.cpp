@@ -84,18 +84,6 @@ TEST(BinaryForm, NumbersFieldsAsItAlwaysDid) {
   }
 }
 
-TEST(BinaryForm, TablesOfOneShapeShareTheirDescription) {
-  DetectionResultT result;
-  for (const char* name : {"first", "second"}) {
-    auto monitor = std::make_shared<MonitorT>();
-    monitor->name = name;
-    result.monitors.push_back(monitor);
-  }
-  const auto buffer = Pack(result);
-  const auto* monitors = GetDetectionResult(buffer.data())->monitors();
-  EXPECT_EQ(Raw(monitors->Get(0))->GetVTable(), Raw(monitors->Get(1))->GetVTable());
-}
-
 TEST(Records, CopiesShareNestedRecords) {
   MatchedGPUT matched;
   matched.gpu = std::make_shared<GPUT>();

@@ -32,27 +32,6 @@ Machine MachineThatThrows() {
   return machine;
 }
 
-TEST_F(DetectionRun, AsksTheSourcesInOrder) {
-  SetMachine(LoadTestMachine("five-gpus"));
-  EXPECT_TRUE(m_detector.Detect({}));
-  Texts log = TakeLog();
-  log.resize(12);
-  EXPECT_EQ(log, (Texts{
-                     "INFO Starting Vexil 1.2_1-a10",
-                     "DEBUG   - System Info: 0 ms.",
-                     "DEBUG   - OpenCL: 5 detected in 0 ms.",
-                     "DEBUG   - CUDA: 2 detected in 0 ms.",
-                     "DEBUG   - Win32: 5 detected in 0 ms.",
-                     "DEBUG   - DirectX: 5 detected in 0 ms.",
-                     "DEBUG   - AMD DL: 2 detected in 0 ms.",
-                     "DEBUG   - NVAPI: 2 detected in 0 ms.",
-                     "DEBUG   - NVML: 2 detected in 0 ms.",
-                     "DEBUG   - GPU Matching: 5 matched in 0 ms.",
-                     "INFO Done in 0 ms.",
-                     "INFO Detected System:",
-                 }));
-}
-
 TEST_F(DetectionRun, WithoutAnyGPUHasFailedAndIsNotRepeated) {
   SetMachine(LoadTestMachine("none"));
   EXPECT_EQ(m_detector.GetGPUIDs(), IDs());

@@ -132,45 +132,6 @@ copy_header_libraries() {
     mkdir -p "$prefix"/{include,lib,share/cmake}
     cp -r /usr/include/{flatbuffers,CL,CLI,nlohmann} "$prefix/include/"
     cp -r /usr/share/cmake/{CLI11,nlohmann_json} "$prefix/share/cmake/"
-    describe_flatbuffers
-}
-
-# Debian's own package description insists on a native library that the
-# generated records do not need.
-describe_flatbuffers() {
-    local folder=$prefix/share/cmake/FlatBuffers version
-    version=$(flatc --version | grep -o '[0-9.]*$')
-    mkdir -p "$folder"
-    cat >"$folder/FlatBuffersConfig.cmake" <<'CMAKE'
-if(NOT TARGET flatbuffers::flatbuffers)
-  get_filename_component(_flatbuffers_prefix "${CMAKE_CURRENT_LIST_DIR}/../../.." ABSOLUTE)
-  add_library(flatbuffers::flatbuffers INTERFACE IMPORTED)
-  set_target_properties(flatbuffers::flatbuffers PROPERTIES
-    INTERFACE_INCLUDE_DIRECTORIES "${_flatbuffers_prefix}/include")
-  unset(_flatbuffers_prefix)
-endif()
-CMAKE
-    cat >"$folder/FlatBuffersConfigVersion.cmake" <<CMAKE
-# Generated code accepts exactly the version that generated it.
-set(PACKAGE_VERSION "$version")
-if(PACKAGE_FIND_VERSION VERSION_EQUAL PACKAGE_VERSION)
-  set(PACKAGE_VERSION_EXACT TRUE)
-  set(PACKAGE_VERSION_COMPATIBLE TRUE)
-endif()
-CMAKE
-}
-
-# Windows has OpenCL.dll, Debian has its headers; the import libraries come from
-# the functions that those declare. libOpenCL-delay.a loads the DLL at the first call.
-make_opencl_import_library() {
-    local definitions=$build/OpenCL.def
-    {
-        echo 'LIBRARY OpenCL.dll'
-        echo EXPORTS
-        grep -oP '^(extern .*CL_API_CALL )?\Kcl[A-Z]\w+(?=\()' /usr/include/CL/cl.h | sort -u
-    } >"$definitions"
-    "$target-dlltool" -d "$definitions" -l "$prefix/lib/libOpenCL.a"
-    "$target-dlltool" -d "$definitions" -y "$prefix/lib/libOpenCL-delay.a"
 }
 
 # Every program needs these beside it, because strings and exceptions cross from
@@ -211,7 +172,6 @@ build_fmt
 build_googletest
 build_benchmark
 copy_header_libraries
-make_opencl_import_library
 copy_compiler_runtime
 copy_licenses
 rm -rf "$prefix/lib/pkgconfig"
