@@ -11,7 +11,7 @@ namespace {
 constexpr std::uint64_t kMemory = std::uint64_t{24} << 30;
 constexpr const char* kName = "NVIDIA RTX A5000";
 
-std::string Output(std::size_t gpu) { return fmt::format("\\\\.\\DISPLAY{}", gpu + 1); }
+std::string Output(std::size_t gpu) { return fmt::format(R"(\\.\DISPLAY{})", gpu + 1); }
 std::string DriverKey(std::size_t gpu) { return fmt::format("{{4d36e968-e325-11ce-bfc1-08002be10318}}\\{:04}", gpu); }
 
 void AddToDesktop(Machine& machine, std::size_t gpu, const PCIAddress& pci) {

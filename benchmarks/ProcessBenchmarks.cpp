@@ -21,8 +21,8 @@ BENCHMARK(BM_LoadLibrary)->Unit(benchmark::kMillisecond);
 /// start.
 std::optional<DWORD> RunToEnd(std::string command_line) {
   SECURITY_ATTRIBUTES inherited = {sizeof(inherited), nullptr, TRUE};
-  const HANDLE nowhere = CreateFileA("NUL", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
-                                     &inherited, OPEN_EXISTING, 0, nullptr);
+  HANDLE nowhere = CreateFileA("NUL", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE, &inherited,
+                               OPEN_EXISTING, 0, nullptr);
   STARTUPINFOA startup = {};
   startup.cb = sizeof(startup);
   startup.dwFlags = STARTF_USESTDHANDLES;

@@ -18,8 +18,8 @@ inline constexpr const char* kNvAPIQueryInterface = "nvapi_QueryInterface";
 
 /// A function's name, and the number by which the library hands it out.
 struct NvAPIEntry {
-  const char* name;
-  std::uint32_t id;
+  const char* name = nullptr;
+  std::uint32_t id = 0;
   Need need = Need::Optional;
 };
 

@@ -148,7 +148,7 @@ TEST_F(DetectionRun, AnswersFilters) {
   EXPECT_EQ(m_detector.GetPeerGPUIDs("gpu:", ComputeAPI::CUDA), ids({}));
 
   EXPECT_EQ(m_detector.GetMainDisplayGPUID(), gpus[0].id);
-  EXPECT_EQ(&m_detector.GetMainDisplayGPU(), &gpus[0]);
+  EXPECT_EQ(&m_detector.GetMainDisplayGPU(), &gpus.front());
   EXPECT_EQ(&m_detector.GetGPU(gpus[3].id), &gpus[3]);
   EXPECT_EQ(m_detector.GetGPU(gpus[3].id + "0").name, "Invalid");
 }
@@ -160,17 +160,17 @@ TEST_F(DetectionRun, TellsLiveMemory) {
     std::uint64_t free = 1;
     std::uint64_t total = 1;
     const bool known = m_detector.GetGPUMemory(id, free, total);
-    return std::to_string(known) + " " + std::to_string(free) + " of " + std::to_string(total);
+    return std::string(known ? "told " : "unknown ") + std::to_string(free) + " of " + std::to_string(total);
   };
   const auto gpus = m_detector.GetGPUs();
-  EXPECT_EQ(memory(gpus[1].id), "1 24903680000 of 25165824000");
-  EXPECT_EQ(memory(gpus[2].id), "1 15990784000 of 17163091968");
-  EXPECT_EQ(memory(gpus[4].id), "0 1 of 1");
-  EXPECT_EQ(memory("gpu:"), "0 1 of 1");
+  EXPECT_EQ(memory(gpus[1].id), "told 24903680000 of 25165824000");
+  EXPECT_EQ(memory(gpus[2].id), "told 15990784000 of 17163091968");
+  EXPECT_EQ(memory(gpus[4].id), "unknown 1 of 1");
+  EXPECT_EQ(memory("gpu:"), "unknown 1 of 1");
   machine.failures = {{"NvAPI_GPU_GetMemoryInfo", {}}, {"clGetDeviceInfo 0x4039", {}}};
   SetMachine(machine);
-  EXPECT_EQ(memory(gpus[1].id), "0 0 of 0");
-  EXPECT_EQ(memory(gpus[2].id), "0 0 of 0");
+  EXPECT_EQ(memory(gpus[1].id), "unknown 0 of 0");
+  EXPECT_EQ(memory(gpus[2].id), "unknown 0 of 0");
 }
 
 TEST_F(DetectionRun, AsksNoDriverForMemoryThatItCannotTell) {
@@ -219,7 +219,7 @@ TEST_F(DetectionRun, KeepsGPUsWithOneIdentifier) {
   const auto& gpus = m_detector.GetGPUs();
   ASSERT_EQ(gpus.size(), 5U);
   ASSERT_EQ(gpus[0].id, gpus[1].id);
-  EXPECT_EQ(&m_detector.GetGPU(gpus[0].id), &gpus[0]);
+  EXPECT_EQ(&m_detector.GetGPU(gpus[0].id), &gpus.front());
   std::uint64_t free = 0;
   std::uint64_t total = 0;
   EXPECT_TRUE(m_detector.GetGPUMemory(gpus[0].id, free, total));

@@ -1,7 +1,7 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <cstdio>
+#include <iostream>
 
 #include "MachineTest.h"
 
@@ -90,7 +90,7 @@ Told ToldBy(const std::vector<std::uint8_t>& buffer) {
       {"CUDA driver", {fmt::format("{}.{}", system.cuda_driver_major, system.cuda_driver_minor)}},
       {"AMD driver", {fmt::format("{} {}", system.amd_driver_version, system.amd_driver_major)}},
       {"Intel driver", {fmt::format("{} {}", system.intel_driver_version, system.intel_driver_version_parts.size())}},
-      {"Citrix", {std::to_string(system.citrix_indirect_display)}},
+      {"Citrix", {system.citrix_indirect_display ? "yes" : "no"}},
   };
   const auto pack = [&](const std::string& source, auto list) {
     for (const auto& record : all.*list) {
@@ -175,7 +175,7 @@ TEST_F(FailureSweep, EachCallCostsOnlyWhatItWouldHaveTold) {
     for (const auto& [library, open] : Observed().open) EXPECT_EQ(open, may_stay_open[library]) << library;
     ASSERT_FALSE(HasFailure());
   }
-  std::printf("%d calls failed, one at a time\n", static_cast<int>(call - 1));
+  std::cout << call - 1 << " calls failed, one at a time\n";
   EXPECT_GT(call, 500U);
 }
 
