@@ -23,7 +23,7 @@ struct HandleCloser {
 using Handle = std::unique_ptr<void, HandleCloser>;
 
 /// Runs a command line and waits for it; a process that takes longer is ended. True when it ended by
-/// itself with an exit code of 0 or 1, which is "no GPU found" and also leaves a result.
+/// itself with an exit code of 0 or 1, which is "no GPU found" and also leaves a result; otherwise tells why not.
 bool RunWithin(DWORD milliseconds, std::string command_line) {
   STARTUPINFOA startup = {};
   startup.cb = sizeof(startup);
@@ -40,10 +40,15 @@ bool RunWithin(DWORD milliseconds, std::string command_line) {
   if (WaitForSingleObject(process.get(), milliseconds) != WAIT_OBJECT_0) {
     TerminateProcess(process.get(), 3);
     WaitForSingleObject(process.get(), milliseconds);
+    std::cerr << "vexil.exe hung.\n";
     return false;
   }
   DWORD exit_code = 0;
-  return GetExitCodeProcess(process.get(), &exit_code) != FALSE && exit_code <= 1;
+  if (GetExitCodeProcess(process.get(), &exit_code) == FALSE || exit_code > 1) {
+    std::cerr << "vexil.exe crashed or failed.\n";
+    return false;
+  }
+  return true;
 }
 
 /// The result in a file; nothing where it is no whole result.
@@ -71,7 +76,7 @@ int main(int count, char** arguments) {
   const auto result = finished ? ReadResult(path) : std::nullopt;
   DeleteFileA(path);
   if (!result) {
-    std::cerr << "The detection crashed or hung, or never began.\n";
+    std::cerr << "There is no result.\n";
     return 2;
   }
   for (const auto& matched : result->gpus) {
