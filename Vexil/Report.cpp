@@ -32,7 +32,7 @@ void WriteSystem(const SystemT& system, LiveFigures& live, ReportSink& sink) {
   std::uint64_t available = 0;
   std::uint64_t total = 0;
   if (live.GetSystemMemory(available, total)) {
-    REPORT_INFO(sink, "  - RAM: {} used of {}", FormatSize(total - available), FormatSize(total));
+    REPORT_INFO(sink, "  - RAM: {}", FormatUse(available, total));
   } else if (system.ram_mib >= 1) {
     REPORT_INFO(sink, "  - RAM: {}", FormatMiB(system.ram_mib));
   }
@@ -47,9 +47,7 @@ void WriteSystem(const SystemT& system, LiveFigures& live, ReportSink& sink) {
 std::string MemoryText(const MatchedGPUT& matched, LiveFigures& live) {
   std::uint64_t free = 0;
   std::uint64_t total = 0;
-  if (live.GetGPUMemory(matched, free, total)) {
-    return FormatSize(total - std::min(free, total)) + " used of " + FormatSize(total) + " VRAM";
-  }
+  if (live.GetGPUMemory(matched, free, total)) return FormatUse(free, total) + " VRAM";
   if (matched.gpu->vram_mib == kUnknown) return "Unknown VRAM";
   return FormatMiB(matched.gpu->vram_mib) + " VRAM";
 }

@@ -50,12 +50,11 @@ std::uint64_t CallsOf(const std::function<void()>& work) {
   return Simulation::Observed().calls - before;
 }
 
-/// Begins anew on a machine with as many GPUs as the benchmark asks for.
-std::size_t SetUpMachine(const benchmark::State& state) {
-  const auto gpus = static_cast<std::size_t>(state.range(0));
+/// As a new process on another machine, with logging off.
+void BeginAnew(std::size_t gpus) {
+  SetLogging(false);
   Simulation::EndProcess();
   Simulation::SetMachine(NvidiaMachine(gpus));
-  return gpus;
 }
 
 template <typename Work>
@@ -73,14 +72,16 @@ std::map<std::pair<std::int64_t, std::int64_t>, double>& BareSeconds() {
 }
 
 void BM_BareDriverCalls(benchmark::State& state) {
-  const std::size_t gpus = SetUpMachine(state);
+  const auto gpus = static_cast<std::size_t>(state.range(0));
+  BeginAnew(gpus);
   const auto make_calls = [gpus, for_report = state.range(1) != 0] { MakeBareCalls(gpus, for_report); };
   state.counters["calls"] = static_cast<double>(CallsOf(make_calls));
   BareSeconds()[{state.range(0), state.range(1)}] = SecondsPerRun(state, make_calls);
 }
 
 void BM_Detect(benchmark::State& state) {
-  const std::size_t gpus = SetUpMachine(state);
+  const auto gpus = static_cast<std::size_t>(state.range(0));
+  BeginAnew(gpus);
   const bool logs = state.range(1) != 0;
   SetLogging(logs);
   BenchDetector detector;
@@ -93,7 +94,6 @@ void BM_Detect(benchmark::State& state) {
   const double seconds = SecondsPerRun(state, detect);
   const auto bare = BareSeconds().find({state.range(0), state.range(1)});
   if (bare != BareSeconds().end()) state.counters["ratio"] = seconds / bare->second;
-  SetLogging(false);
 }
 
 void EachMachine(benchmark::internal::Benchmark* benchmark) {
@@ -105,9 +105,7 @@ BENCHMARK(BM_Detect)->Apply(EachMachine);
 /// A detector that has detected.
 Detector& DetectorOf(std::size_t gpus) {
   static BenchDetector detector;
-  SetLogging(false);
-  Simulation::EndProcess();
-  Simulation::SetMachine(NvidiaMachine(gpus));
+  BeginAnew(gpus);
   detector.Detect({});
   return detector;
 }

@@ -29,16 +29,10 @@ bool IsUsable(const Examination& examination) {
   return examination.is_installed && examination.missing_required.empty();
 }
 
-/// `find_failure` returns the call that failed, or nothing.
-template <typename Library, typename FindFailure>
-Examination Examine(const FindFailure& find_failure) {
-  Library library;
-  Examination examination = {library.Inspect(), {}};
-  if (IsUsable(examination)) examination.failed_call = find_failure(library);
-  return examination;
-}
+// The call that failed, or nothing.
 
-std::string FindFailure(const OpenCLLibrary& opencl) {
+std::string FindFailure(OpenCLLibrary& opencl) {
+  if (!opencl.Initialize()) return "loading it again";
   cl_uint count = 0;
   cl_int status = opencl.clGetPlatformIDs(0, nullptr, &count);
   std::vector<cl_platform_id> platforms(std::min(count, kMaxItems), nullptr);
@@ -79,6 +73,14 @@ std::string FindFailure(AMDDisplayLibrary& adl) {
   return has_failed(status) ? Failure(adl.ADL_Adapter_AdapterInfo_Get.Name(), status) : "";
 }
 
+template <typename Library>
+Examination Examine(bool has_records) {
+  Library library;
+  Examination examination = {library.Inspect(), {}};
+  if (IsUsable(examination) && !has_records) examination.failed_call = FindFailure(library);
+  return examination;
+}
+
 /// nvapi64.dll beside its loader, to see which functions it has to hand out.
 class NvAPIFunctions : private VendorLibrary {
  public:
@@ -97,39 +99,31 @@ class NvAPIFunctions : private VendorLibrary {
   Entry<void*(std::uint32_t id)> nvapi_QueryInterface{*this, kNvAPIQueryInterface};
 };
 
+std::string FindNvAPIFailure(NvAPI_Status start, bool has_records) {
+  if (start != NVAPI_OK) return Failure(kNvAPIInitialize.name, start);
+  if (has_records) return {};
+  NvPhysicalGpuHandle gpus[NVAPI_MAX_PHYSICAL_GPUS] = {};
+  NvU32 count = 0;
+  const NvAPI_Status status = NvAPI_EnumPhysicalGPUs(gpus, &count);
+  return status == NVAPI_OK ? "" : Failure(NvAPI_EnumPhysicalGPUs.name, status);
+}
+
 }  // namespace
 
-Examination ExamineOpenCL(bool /*has_records*/) {
-  // OpenCL stays loaded and has no start. One platform of several may fail.
-  return Examine<OpenCLLibrary>([](OpenCLLibrary& opencl) {
-    return opencl.Initialize() ? FindFailure(opencl) : std::string("loading it again");
-  });
-}
+// OpenCL stays loaded and has no start. One platform of several may fail.
+Examination ExamineOpenCL(bool /*has_records*/) { return Examine<OpenCLLibrary>(false); }
 
-Examination ExamineCUDA(bool has_records) {
-  return Examine<CUDADriverAPI>([=](CUDADriverAPI& cuda) { return has_records ? std::string() : FindFailure(cuda); });
-}
+Examination ExamineCUDA(bool has_records) { return Examine<CUDADriverAPI>(has_records); }
 
-Examination ExamineNVML(bool has_records) {
-  return Examine<NVML>([=](NVML& nvml) { return has_records ? std::string() : FindFailure(nvml); });
-}
+Examination ExamineNVML(bool has_records) { return Examine<NVML>(has_records); }
 
-Examination ExamineAMDDL(bool has_records) {
-  return Examine<AMDDisplayLibrary>(
-      [=](AMDDisplayLibrary& adl) { return has_records ? std::string() : FindFailure(adl); });
-}
+Examination ExamineAMDDL(bool has_records) { return Examine<AMDDisplayLibrary>(has_records); }
 
 Examination ExamineNvAPI(bool has_records) {
   const NvAPI_Status start = NvAPI_Initialize();
   // While NVAPI is up, as its other functions are asked for at detection.
-  Examination examination = Examine<NvAPIFunctions>([=](const NvAPIFunctions&) -> std::string {
-    if (start != NVAPI_OK) return Failure(kNvAPIInitialize.name, start);
-    if (has_records) return {};
-    NvPhysicalGpuHandle gpus[NVAPI_MAX_PHYSICAL_GPUS] = {};
-    NvU32 count = 0;
-    const NvAPI_Status status = NvAPI_EnumPhysicalGPUs(gpus, &count);
-    return status == NVAPI_OK ? "" : Failure(NvAPI_EnumPhysicalGPUs.name, status);
-  });
+  Examination examination = {NvAPIFunctions().Inspect(), {}};
+  if (IsUsable(examination)) examination.failed_call = FindNvAPIFailure(start, has_records);
   if (start == NVAPI_OK) NvAPI_Unload();
   return examination;
 }

@@ -1,4 +1,3 @@
-#include <algorithm>
 #include <chrono>
 #include <thread>
 
@@ -36,7 +35,7 @@ std::optional<Figures> AskGPU(const Session& session, const std::string& id) {
 
 /// The live figures, or the size alone, which every result tells.
 std::string MemoryText(const std::optional<Figures>& live, std::int32_t size_mib) {
-  if (live) return FormatSize(live->total - std::min(live->free, live->total)) + " used of " + FormatSize(live->total);
+  if (live) return FormatUse(live->free, live->total);
   return size_mib == kUnknown ? "unknown" : FormatMiB(size_mib) + ", use unknown";
 }
 

@@ -3,6 +3,7 @@
 #include <fmt/format.h>
 
 #include <charconv>
+#include <concepts>
 #include <cstdint>
 #include <nlohmann/json.hpp>
 #include <optional>
@@ -63,7 +64,7 @@ Unsigned ParseHex(const JsonPath& from) {
 }
 
 /// Numbers, or hexadecimal ones as texts. -1 may stand for all bits set.
-template <typename Number, std::enable_if_t<std::is_integral_v<Number>, int> = 0>
+template <std::integral Number>
 void Read(const JsonPath& from, Number& to) {
   const auto take = [&](auto number) {
     if (!std::in_range<Number>(number)) from.Fail("there is no room for such a number");

@@ -2,6 +2,8 @@
 
 #include <fmt/format.h>
 
+#include <algorithm>
+
 namespace Vexil {
 
 std::string FormatSize(std::uint64_t bytes) {
@@ -13,6 +15,10 @@ std::string FormatSize(std::uint64_t bytes) {
   }
   if (bytes > kMiB) return fmt::format("{} MiB", bytes / kMiB);
   return fmt::format("{} B", bytes);
+}
+
+std::string FormatUse(std::uint64_t free, std::uint64_t total) {
+  return FormatSize(total - std::min(free, total)) + " used of " + FormatSize(total);
 }
 
 std::string FormatMiB(std::int32_t mib) {

@@ -314,7 +314,7 @@ TEST_F(NVIDIASources, NVAPIServesManyThreads) {
       EXPECT_TRUE(GetNvAPIMemoryInfo(gpus.at(0), available, total));
     });
     EXPECT_EQ(Observed().up.at("nvapi64.dll"), 1);
-    Simulation::EndProcess();
+    EndProcess();
   }
 }
 
