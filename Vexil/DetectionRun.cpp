@@ -1,23 +1,17 @@
 #include <chrono>
 
-#include "AMD/AMDDisplayLibrary.h"
-#include "Common/Log.h"
-#include "DetectCommon/CUDADetector.h"
-#include "DetectCommon/OpenCLDetector.h"
-#include "DetectGPUWindows/DirectXDetector.h"
-#include "DetectGPUWindows/DisplayDeviceDetector.h"
-#include "DetectGPUWindows/Matching.h"
-#include "DetectGPUWindows/Monitors.h"
-#include "DetectorImpl.h"
-#include "LogReport.h"
-#include "MainDisplayChoice.h"
-#include "NVIDIA/NVML.h"
-#include "NVIDIA/NvAPIDetector.h"
-#include "SystemInfo/WindowsSystemInfo.h"
-#include "Version.h"
+#include "Vexil/Common/Log.h"
+#include "Vexil/DetectGPUWindows/MainDisplayChoice.h"
+#include "Vexil/DetectGPUWindows/Matching.h"
+#include "Vexil/DetectGPUWindows/Monitors.h"
+#include "Vexil/DetectorImpl.h"
+#include "Vexil/Report/LogReport.h"
+#include "Vexil/SystemInfo/WindowsSystemInfo.h"
+#include "Vexil/Version.h"
 
 namespace Vexil {
 
+using FlatBuffers::DetectorsOutputT;
 using FlatBuffers::MatchedGPUT;
 using FlatBuffers::MonitorT;
 
@@ -25,25 +19,24 @@ namespace {
 
 class Stopwatch {
  public:
-  std::int64_t Milliseconds() const {
-    return std::chrono::duration_cast<std::chrono::milliseconds>(Clock::now() - m_start).count();
-  }
+  std::chrono::nanoseconds Elapsed() const { return Clock::now() - m_start; }
+  std::int64_t Milliseconds() const { return std::chrono::duration_cast<std::chrono::milliseconds>(Elapsed()).count(); }
 
  private:
   using Clock = std::chrono::steady_clock;
   Clock::time_point m_start = Clock::now();
 };
 
-/// Asks one source and stores its records, each in an object of its own that matching can share.
-/// `vexil doctor` takes the step and its time from the log line, and from those of the other steps below: see
-/// cli/RunLog.cpp.
+/// Stores a source's records, each in an object of its own that matching can share.
 template <typename Record>
-void AskSource(const char* name, std::vector<Record> (*source)(), std::vector<std::shared_ptr<Record>>& list) {
+Account AskSource(const Source<Record>& source, DetectorsOutputT& output) {
   const Stopwatch stopwatch;
-  std::vector<std::shared_ptr<Record>> records;
-  for (Record& record : source()) records.push_back(std::make_shared<Record>(std::move(record)));
-  list = std::move(records);
-  LOG_DEBUG("  - {}: {} detected in {} ms.", name, list.size(), stopwatch.Milliseconds());
+  Answer<Record> answer = source.ask();
+  auto& list = output.*source.list;
+  for (Record& record : answer.records) list.push_back(std::make_shared<Record>(std::move(record)));
+  LOG_DEBUG("  - {}: {} detected in {} ms.", source.log_name, list.size(), stopwatch.Milliseconds());
+  answer.account.duration = stopwatch.Elapsed();
+  return std::move(answer.account);
 }
 
 }  // namespace
@@ -67,7 +60,7 @@ bool Detector::Impl::Detect() {
   }
 
   main_display_gpu_id.clear();
-  main_display_gpu_id = ChooseMainDisplayGPU(matched, matched_monitors);
+  main_display_gpu_id = ChooseMainDisplayGPU(matched, matched_monitors, account.main_display_remarks);
 
   for (const MatchedGPUT& entry : matched) {
     matched_gpus[entry.gpu->id] = std::make_shared<MatchedGPUT>(entry);
@@ -77,7 +70,7 @@ bool Detector::Impl::Detect() {
   monitors = std::move(matched_monitors);
 
   LOG_INFO("Done in {} ms.", run_stopwatch.Milliseconds());
-  LogReport({system, matched, gpus, monitors});
+  LogReport({system, matched, gpus, monitors, true});
   return true;
 }
 
@@ -88,22 +81,19 @@ void Detector::Impl::Clear() {
   gpus.clear();
   monitors.clear();
   system = {};
+  account = {};
   marker.reset();
   if (options.KeepMarker) marker = std::make_unique<Marker>();
 }
 
 void Detector::Impl::AskSources() {
   const Stopwatch stopwatch;
-  system = GetWindowsSystemInfo();
+  system = GetWindowsSystemInfo(account.system);
   LOG_DEBUG("  - System Info: {} ms.", stopwatch.Milliseconds());
+  account.system.duration = stopwatch.Elapsed();
 
-  AskSource("OpenCL", GetOpenCLGPUs, detectors_output.opencl);
-  AskSource("CUDA", GetCUDAGPUs, detectors_output.cuda);
-  AskSource("Win32", GetEnumDisplayDevicesGPUs, detectors_output.win32);
-  AskSource("DirectX", GetDirectXGPUs, detectors_output.directx);
-  AskSource("AMD DL", GetAMDDLGPUs, detectors_output.amddl);
-  AskSource("NVAPI", GetNvAPIGPUs, detectors_output.nvapi);
-  AskSource("NVML", GetNVMLGPUs, detectors_output.nvml);
+  std::size_t place = 0;
+  ForEachSource([&](const auto& source) { account.sources.at(place++) = AskSource(source, detectors_output); });
 }
 
 }  // namespace Vexil

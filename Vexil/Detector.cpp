@@ -1,9 +1,9 @@
 #include <ostream>
 
-#include "DetectorImpl.h"
-#include "LiveMemory.h"
-#include "Queries.h"
-#include "ResultOutput.h"
+#include "Vexil/DetectorImpl.h"
+#include "Vexil/Results/LiveMemory.h"
+#include "Vexil/Results/Queries.h"
+#include "Vexil/Results/ResultOutput.h"
 
 namespace Vexil {
 

@@ -1,6 +1,6 @@
-#include "DetectorImpl.h"
+#include "Vexil/DetectorImpl.h"
 
-#include "Version.h"
+#include "Vexil/Version.h"
 
 namespace Vexil {
 

@@ -1,16 +1,28 @@
 #pragma once
 
+#include <array>
 #include <memory>
 #include <mutex>
 #include <string>
 #include <vector>
 
-#include "Common/InsertionOrderedMap.h"
-#include "Vexil.h"
+#include "Vexil/Common/Account.h"
+#include "Vexil/Common/InsertionOrderedMap.h"
+#include "Vexil/Sources/Sources.h"
+#include "Vexil/Vexil.h"
 
 namespace Vexil {
 
 enum class DetectionState : std::int32_t { NotRun = 0, Succeeded = 1, Failed = 2 };
+
+/// What happened in a run.
+struct RunAccount {
+  Account system;
+  /// One for each of kSources, in their order.
+  std::array<Account, kSourceCount> sources;
+  /// Where the sources had not settled which GPU drives the main display.
+  std::vector<std::string> main_display_remarks;
+};
 
 /// What a Detector knows, and the run that finds it out. Every function expects the mutex to be held.
 class Detector::Impl {
@@ -32,7 +44,7 @@ class Detector::Impl {
   std::mutex mutex;
   DetectionState state = DetectionState::NotRun;
   DetectOptions options;
-  /// There while a run's options say KeepMarker.
+  /// Made by each run whose options have KeepMarker set, deleted by the next run.
   struct Marker {};
   std::unique_ptr<Marker> marker;
   std::string main_display_gpu_id;
@@ -41,6 +53,7 @@ class Detector::Impl {
   InsertionOrderedMap<std::string, std::shared_ptr<FlatBuffers::MatchedGPUT>> matched_gpus;
   /// What every lookup that finds nothing returns.
   FlatBuffers::GPUT invalid_gpu;
+  RunAccount account;
 
  private:
   void Clear();

@@ -1,5 +1,5 @@
-#include "Common/Log.h"
-#include "Vexil.h"
+#include "Vexil/Common/Log.h"
+#include "Vexil/Vexil.h"
 
 // Hybrid-graphics drivers look for these two in a process and then run it on the discrete GPU.
 extern "C" VEXIL_API std::int32_t NvOptimusEnablement;

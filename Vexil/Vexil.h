@@ -7,7 +7,7 @@
 #include <unordered_set>
 #include <vector>
 
-#include "FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/FlatBuffers/DetectionResult_generated.h"
 
 #if defined(VEXIL_BUILD) && defined(_WIN32)
 #define VEXIL_API __declspec(dllexport)

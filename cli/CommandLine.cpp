@@ -1,14 +1,16 @@
-#include "CommandLine.h"
+#include "cli/CommandLine.h"
 
 #include <CLI/CLI.hpp>
 #include <cmath>
 #include <cstdlib>
 
-#include "Commands.h"
-#include "Common/Log.h"
-#include "Version.h"
+#include "Vexil/Common/Log.h"
+#include "Vexil/Results/ResultOutput.h"
+#include "Vexil/Version.h"
+#include "cli/Commands.h"
+#include "cli/ExitStatus.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 namespace {
 
 using Command = std::function<int(const Session&)>;
@@ -22,7 +24,6 @@ struct Request {
   std::optional<std::string> id;
   std::string path;
   Watch watch;
-  bool needs_log = false;
 };
 
 /// A schema enumeration's names, which end with a null.
@@ -56,7 +57,7 @@ void AddGeneralOptions(CLI::App& app, Request& request) {
   app.add_flag("--verbose", request.verbose, "Print the log, with timings, on standard error");
 }
 
-/// Each command tells what it does by setting `chosen`.
+/// Parsing a command sets `chosen` to what it does.
 void AddCommands(CLI::App& app, Request& request, Command& chosen) {
   const auto add = [&](const char* name, const char* description, Command command) {
     CLI::App* added = app.add_subcommand(name, description);
@@ -90,7 +91,7 @@ void AddCommands(CLI::App& app, Request& request, Command& chosen) {
   CLI::App* save = add("save", "Save the result to a file", [&](const Session& s) { return Save(s, request.path); });
   save->add_option("FILE", request.path, "The file, replaced if it exists")->required();
 
-  CLI::App* rematch = add("rematch", "Match the raw records of a saved result anew, and tell what would differ",
+  CLI::App* rematch = add("rematch", "Match the raw records of a saved result again, and print what would differ",
                           [&](const Session& s) { return Rematch(s); });
   rematch
       ->add_option_function<std::string>(
@@ -98,46 +99,37 @@ void AddCommands(CLI::App& app, Request& request, Command& chosen) {
       ->required();
   rematch->excludes(app.get_option("--from"));
 
-  add("doctor", "What each source had to say, and what could not be matched", [&](const Session& s) {
-    return Doctor(s);
-  })->preparse_callback([&](std::size_t) { request.needs_log = true; });
+  add("doctor", "The status of each source, and what could not be matched", [](const Session& s) { return Doctor(s); });
 }
 
-/// This machine's answer.
-Session AskDetector(const Request& request, Detector& detector, std::ostream& out, std::ostream& err) {
-  std::vector<LogLine> log;
-  if (request.needs_log) {
-    const LogRecorder capture(request.verbose ? LogRecorder::Others::GetLines : LogRecorder::Others::GetNothing);
-    detector.Detect({});
-    log = capture.Lines();
+/// What a run packs is read as a saved result is, so that both go the same way from here.
+Session Open(const Request& request, std::ostream& out, std::ostream& err) {
+  if (request.from) {
+    return {UnpackResults(ReadFile(*request.from), "\"" + *request.from + "\""), nullptr, request.json, out, err};
   }
+  const auto run = std::make_shared<Detector::Impl>();
+  run->Detect();
   std::vector<std::uint8_t> buffer;
-  detector.Serialize(buffer);
-  Results results = UnpackResults(std::move(buffer), "what was detected");
-  return {std::move(results), &detector, std::move(log), request.json, out, err};
+  PackResult(run->ToResult(), buffer);
+  return {UnpackResults(std::move(buffer), "what was detected"), run, request.json, out, err};
 }
 
-Session ReadSaved(const Request& request, std::ostream& out, std::ostream& err) {
-  Results results = UnpackResults(ReadFile(*request.from), "\"" + *request.from + "\"");
-  return {std::move(results), nullptr, {}, request.json, out, err};
-}
-
-int Run(const Request& request, const Command& command, Detector& detector, std::ostream& out, std::ostream& err) {
+int Run(const Request& request, const Command& command, std::ostream& out, std::ostream& err) {
   SetUpLogging();
   const LogSilencer silencer(!request.verbose);
-  const int status = command(request.from ? ReadSaved(request, out, err) : AskDetector(request, detector, out, err));
+  const int status = command(Open(request, out, err));
   if (!out.flush()) throw Error("cannot write the output");
   return status;
 }
 
 }  // namespace
 
-int RunCommandLine(int argc, const char* const* argv, Detector& detector, std::ostream& out, std::ostream& err) {
+int RunCommandLine(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
   CLI::App app("Finds the GPUs of a machine. Without a command: a report of all that was found.", "vexil");
   app.footer("Exit status: 0 when GPUs were found, 1 when none, 2 on misuse, or where input or output fails.");
   app.require_subcommand(0, 1);
   app.failure_message([](const CLI::App*, const CLI::Error& error) {
-    return "vexil: " + std::string(error.what()) + "\nvexil --help tells more.\n";
+    return "vexil: " + std::string(error.what()) + "\nSee vexil --help.\n";
   });
 
   Request request;
@@ -146,10 +138,10 @@ int RunCommandLine(int argc, const char* const* argv, Detector& detector, std::o
   AddCommands(app, request, command);
   try {
     app.parse(argc, argv);
-    return Run(request, command, detector, out, err);
+    return Run(request, command, out, err);
   } catch (const CLI::ParseError& error) {
-    const bool is_told = app.exit(error, out, err) == 0 && out.flush();
-    return is_told ? kFoundGPUs : kCannot;
+    const bool is_done = app.exit(error, out, err) == 0 && out.flush();
+    return is_done ? kFoundGPUs : kCannot;
   } catch (const std::exception& error) {
     out.flush();
     err << "vexil: " << error.what() << '\n';
@@ -157,4 +149,4 @@ int RunCommandLine(int argc, const char* const* argv, Detector& detector, std::o
   }
 }
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

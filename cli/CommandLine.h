@@ -2,19 +2,10 @@
 
 #include <iosfwd>
 
-#include "Vexil.h"
+namespace Vexil::Cli {
 
-namespace Vexil::Program {
+/// The program: answers one command line, about this machine or a saved result, on `out`, with errors on `err`. The
+/// log of a verbose run goes to standard error. The result is one of ExitStatus.
+int RunCommandLine(int argc, const char* const* argv, std::ostream& out, std::ostream& err);
 
-/// What a command tells the shell.
-enum ExitStatus : int {
-  kFoundGPUs = 0,
-  kFoundNone = 1,
-  kCannot = 2,  ///< Misuse, or input or output that fails.
-};
-
-/// The program: answers one command line, of `detector` or of a saved result, on `out`, with errors and
-/// the log of a verbose run on `err` and standard error. The result is the program's exit status.
-int RunCommandLine(int argc, const char* const* argv, Detector& detector, std::ostream& out, std::ostream& err);
-
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

@@ -3,11 +3,10 @@
 #include <optional>
 #include <string>
 
-#include "CommandLine.h"
-#include "Selection.h"
-#include "Session.h"
+#include "cli/Selection.h"
+#include "cli/Session.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 // The commands. Each prints its answer and returns the exit status; each throws an Error where it
 // cannot answer.
@@ -32,10 +31,10 @@ int Memory(const Session& session, const std::optional<std::string>& id, const W
 /// Writes the results to a file and reads them back.
 int Save(const Session& session, const std::string& path);
 
-/// Matches the raw records anew and tells what differs from what was stored.
+/// Matches the raw records again and tells what differs from what was stored.
 int Rematch(const Session& session);
 
-/// What each source had to say, and what it saw that was not matched.
+/// The status of each source, and what was not matched.
 int Doctor(const Session& session);
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

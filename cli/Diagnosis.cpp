@@ -1,89 +1,86 @@
-#include "Diagnosis.h"
+#include "cli/Diagnosis.h"
+
+#include <fmt/format.h>
 
 #include <algorithm>
-#include <array>
 
-#include "AMD/AMDDisplayLibrary.h"
-#include "DetectCommon/CUDADriverAPI.h"
-#include "DetectCommon/OpenCLLibrary.h"
-#include "NVIDIA/NVML.h"
-#include "NVIDIA/NvAPILoader.h"
-
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 using FlatBuffers::MatchedGPUT;
 
 namespace {
 
-// In the order of SourceState.
-constexpr std::array kStateTexts = {
-    "answered", "answered with errors", "library not installed or not loadable", "entry point missing", "call failed",
-    "saved"};
-
-SourceState Judge(const Examination& examination, std::size_t records, bool has_errors) {
-  if (!examination.is_installed) return SourceState::NotInstalled;
-  if (!examination.missing_required.empty()) return SourceState::EntryPointMissing;
-  if (!examination.failed_call.empty() && records == 0) return SourceState::CallFailed;
-  const bool had_trouble = has_errors || !examination.failed_call.empty();
-  return had_trouble ? SourceState::AnsweredWithErrors : SourceState::Answered;
+/// "cuInit, CUDA_ERROR_NO_DEVICE (100)"
+std::string ReasonText(const FailedCall& call) {
+  if (!call.status) return call.call;
+  // HRESULTs are known by their bits.
+  const bool is_hresult = *call.status < -0x40000000LL;
+  const std::string number =
+      is_hresult ? fmt::format("0x{:08X}", static_cast<std::uint32_t>(*call.status)) : fmt::format("{}", *call.status);
+  if (call.status_name.empty()) return fmt::format("{}, status {}", call.call, number);
+  return fmt::format("{}, {} ({})", call.call, call.status_name, number);
 }
 
-/// Looks at the sources of one session, one after the other.
-class SourceExaminer {
- public:
-  SourceExaminer(const Session& session, const std::vector<MatchedGPUT>& matched, const RunLog& log)
-      : m_is_live(session.IsLive()), m_matched(matched), m_log(log) {}
-
-  template <typename Record>
-  Diagnosis Diagnose(const char* source, const char* library, Examination (*examine)(bool has_records),
-                     const std::vector<std::shared_ptr<Record>>& records,
-                     std::shared_ptr<Record> MatchedGPUT::*member) const {
-    Diagnosis diagnosis;
-    diagnosis.source = source;
-    diagnosis.library = library;
-    diagnosis.records = records.size();
-    const RunLog::Step* step = m_log.Find(source);
-    if (step != nullptr) {
-      diagnosis.milliseconds = step->milliseconds;
-      diagnosis.messages = step->trouble;
-    }
-    for (const auto& record : records) {
-      const auto is_its = [&](const MatchedGPUT& matched) {
-        return matched.*member != nullptr && AreEqual(*(matched.*member), *record);
-      };
-      if (std::none_of(m_matched.begin(), m_matched.end(), is_its)) diagnosis.unmatched.push_back(ToJson(*record));
-    }
-    diagnosis.state = SourceState::Saved;
-    if (m_is_live) {
-      diagnosis.examination = examine(!records.empty());
-      diagnosis.state = Judge(diagnosis.examination, records.size(), step != nullptr && step->has_errors);
-    }
-    return diagnosis;
-  }
-
- private:
-  bool m_is_live;
-  const std::vector<MatchedGPUT>& m_matched;
-  const RunLog& m_log;
+struct State {
+  const char* code;
+  std::string text;
 };
+
+State StateOf(const Diagnosis& diagnosis) {
+  if (diagnosis.account == nullptr) return {"saved", "saved"};
+  const Account& account = *diagnosis.account;
+  const auto failure = [&](const char* what) { return what + ReasonText(account.failed_calls.back()); };
+  switch (account.state) {
+    case SourceState::LibraryMissing: {
+      const std::int64_t error = account.failed_calls.back().status.value_or(0);
+      const std::string text = SystemErrorText(static_cast<std::uint32_t>(error));
+      return {"library-missing", fmt::format("library not installed or not loadable (error {}{}{})", error,
+                                             text.empty() ? "" : ": ", text)};
+    }
+    case SourceState::EntryPointMissing: return {"entry-point-missing", "entry point missing"};
+    case SourceState::StartFailed: return {"start-failed", failure("did not start: ")};
+    case SourceState::CallFailed: return {"call-failed", failure("call failed: ")};
+    default: break;
+  }
+  const bool is_complete = account.failed_calls.empty() && account.remarks.empty();
+  return is_complete ? State{"answered", "answered"} : State{"incomplete", "answered with errors"};
+}
+
+template <typename Record>
+Diagnosis Diagnose(const Source<Record>& source, const Account* account, const Results& results,
+                   const std::vector<MatchedGPUT>& matched) {
+  const auto& records = (*results.records.detectors_output).*source.list;
+  Diagnosis diagnosis = {source.name, source.library, account, records.size(), {}};
+  for (const auto& record : records) {
+    const auto is_its = [&](const MatchedGPUT& entry) {
+      const auto& of_entry = entry.*source.record;
+      return of_entry != nullptr && *of_entry == *record;
+    };
+    if (std::none_of(matched.begin(), matched.end(), is_its)) diagnosis.unmatched.push_back(ToJson(*record));
+  }
+  return diagnosis;
+}
 
 }  // namespace
 
-const char* StateText(SourceState state) { return kStateTexts.at(static_cast<std::size_t>(state)); }
-
-std::vector<Diagnosis> DiagnoseSources(const Session& session, const std::vector<MatchedGPUT>& matched,
-                                       const RunLog& log) {
-  const auto& raw = *session.results.records.detectors_output;
-  const SourceExaminer examiner(session, matched, log);
-  return {
-      examiner.Diagnose("OpenCL", OpenCLLibrary::kFileName, ExamineOpenCL, raw.opencl, &MatchedGPUT::opencl),
-      examiner.Diagnose("CUDA", CUDADriverAPI::kFileName, ExamineCUDA, raw.cuda, &MatchedGPUT::cuda),
-      examiner.Diagnose("Win32", "", ExamineNothing, raw.win32, &MatchedGPUT::win32),
-      examiner.Diagnose("DirectX", "", ExamineDirectX, raw.directx, &MatchedGPUT::directx),
-      examiner.Diagnose("AMD DL", AMDDisplayLibrary::kFileName, ExamineAMDDL, raw.amddl, &MatchedGPUT::amddl),
-      examiner.Diagnose("NVAPI", kNvAPIFileName, ExamineNvAPI, raw.nvapi, &MatchedGPUT::nvapi),
-      examiner.Diagnose("NVML", NVML::kFileName, ExamineNVML, raw.nvml, &MatchedGPUT::nvml),
-  };
+std::vector<Diagnosis> DiagnoseSources(const Session& session, const std::vector<MatchedGPUT>& matched) {
+  std::vector<Diagnosis> diagnoses;
+  ForEachSource([&](const auto& source) {
+    const Account* account = session.run != nullptr ? &session.run->account.sources.at(diagnoses.size()) : nullptr;
+    diagnoses.push_back(Diagnose(source, account, session.results, matched));
+  });
+  return diagnoses;
 }
 
-}  // namespace Vexil::Program
+std::string StateCode(const Diagnosis& diagnosis) { return StateOf(diagnosis).code; }
+std::string StateText(const Diagnosis& diagnosis) { return StateOf(diagnosis).text; }
+
+std::string FailureText(const FailedCall& call) {
+  const std::string lost = call.unknown.empty() ? "not listed" : "unknown";
+  std::string what = call.unknown;
+  if (!call.subject.empty()) what += (what.empty() ? "" : " of ") + call.subject;
+  if (what.empty()) what = "records";
+  return what + " " + lost + ": " + ReasonText(call);
+}
+
+}  // namespace Vexil::Cli

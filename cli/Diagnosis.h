@@ -1,40 +1,30 @@
 #pragma once
 
-#include <cstdint>
-#include <optional>
 #include <string>
 #include <vector>
 
-#include "Examination.h"
-#include "Json.h"
-#include "RunLog.h"
-#include "Session.h"
+#include "cli/Json.h"
+#include "cli/Session.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
-enum class SourceState {
-  Answered,
-  AnsweredWithErrors,  ///< Some of what it was asked.
-  NotInstalled,
-  EntryPointMissing,
-  CallFailed,
-  Saved,  ///< What the source answered on another day cannot be examined.
-};
-const char* StateText(SourceState state);
-
+/// What is told of one source.
 struct Diagnosis {
-  std::string source;
-  std::string library;  ///< Empty where the source is a part of Windows.
-  SourceState state = SourceState::Answered;
-  Examination examination;
-  std::size_t records = 0;
-  std::optional<std::int64_t> milliseconds;
-  std::vector<std::string> messages;
+  const char* source;
+  const char* library;     ///< Null where the source is a part of Windows.
+  const Account* account;  ///< Null where the results are saved ones.
+  std::size_t records;
   std::vector<Json> unmatched;
 };
 
-/// What each source had to say, in the order in which they are asked. `matched` are all GPUs, hidden ones too.
-std::vector<Diagnosis> DiagnoseSources(const Session& session, const std::vector<FlatBuffers::MatchedGPUT>& matched,
-                                       const RunLog& log);
+/// In the order in which the sources are asked. `matched` are all GPUs, hidden ones too.
+std::vector<Diagnosis> DiagnoseSources(const Session& session, const std::vector<FlatBuffers::MatchedGPUT>& matched);
 
-}  // namespace Vexil::Program
+/// A word for programs, and the reason in words for people.
+std::string StateCode(const Diagnosis& diagnosis);
+std::string StateText(const Diagnosis& diagnosis);
+
+/// "memory_mib of device 1 unknown: cuDeviceTotalMem_v2, CUDA_ERROR_UNKNOWN (999)"
+std::string FailureText(const FailedCall& call);
+
+}  // namespace Vexil::Cli

@@ -2,58 +2,78 @@
 
 #include <algorithm>
 
-#include "Commands.h"
-#include "Common/PCILocation.h"
-#include "Common/Text.h"
-#include "Diagnosis.h"
-#include "MatchAnew.h"
-#include "Printing.h"
+#include "Vexil/Common/PCILocation.h"
+#include "Vexil/Common/Text.h"
+#include "cli/Commands.h"
+#include "cli/Diagnosis.h"
+#include "cli/ExitStatus.h"
+#include "cli/Printing.h"
+#include "cli/Rematching.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 using FlatBuffers::MatchedGPUT;
 
 namespace {
 
-struct Findings {
+struct MachineDiagnosis {
   std::size_t gpus = 0;
   std::vector<std::string> shared_identifiers;
   std::size_t gpus_that_share = 0;
   std::vector<Diagnosis> sources;
-  std::vector<RunLog::Step> steps;  ///< Those that belong to no source.
+  Account system;
+  std::vector<std::string> main_display_remarks;
 };
 
-Findings Examine(const Session& session) {
-  const RunLog log(session.log);
+MachineDiagnosis Diagnose(const Session& session) {
   std::vector<MatchedGPUT> matched = FindHiddenGPUs(session);
-  Findings findings;
+  MachineDiagnosis diagnosis;
   for (const MatchedGPUT& hidden : matched) {
-    auto& shared = findings.shared_identifiers;
+    auto& shared = diagnosis.shared_identifiers;
     if (std::find(shared.begin(), shared.end(), hidden.gpu->id) == shared.end()) shared.push_back(hidden.gpu->id);
   }
-  findings.gpus_that_share = matched.size() + findings.shared_identifiers.size();
+  diagnosis.gpus_that_share = matched.size() + diagnosis.shared_identifiers.size();
   matched.insert(matched.end(), session.results.matched.begin(), session.results.matched.end());
-  findings.gpus = matched.size();
-  findings.sources = DiagnoseSources(session, matched, log);
-  for (const char* step : {RunLog::kSystemInfo, RunLog::kMatching, RunLog::kAfterMatching}) {
-    if (const RunLog::Step* found = log.Find(step)) findings.steps.push_back(*found);
+  diagnosis.gpus = matched.size();
+  diagnosis.sources = DiagnoseSources(session, matched);
+  if (session.run != nullptr) {
+    diagnosis.system = session.run->account.system;
+    diagnosis.main_display_remarks = session.run->account.main_display_remarks;
   }
-  return findings;
+  return diagnosis;
 }
 
-void PrintSource(std::ostream& out, const Diagnosis& diagnosis) {
-  const Examination& examination = diagnosis.examination;
-  std::string answer = StateText(diagnosis.state);
-  if (!examination.failed_call.empty()) answer += ": " + examination.failed_call;
-  if (diagnosis.state != SourceState::NotInstalled) answer += ", " + Counted(diagnosis.records, "record");
-  if (diagnosis.milliseconds) answer += fmt::format(", {} ms", *diagnosis.milliseconds);
-  PrintLine(out, fmt::format("{:<8}  {:<12}  {}", diagnosis.source, diagnosis.library, answer));
+std::int64_t Milliseconds(const Account& account) {
+  return std::chrono::duration_cast<std::chrono::milliseconds>(account.duration).count();
+}
+
+/// The calls whose failure is no part of the source's state.
+std::vector<FailedCall> OtherFailures(const Account& account) {
+  std::vector<FailedCall> calls = account.failed_calls;
+  const bool has_reason = account.state != SourceState::Answered && account.state != SourceState::EntryPointMissing;
+  if (has_reason) calls.pop_back();
+  return calls;
+}
+
+void PrintDetails(std::ostream& out, const Account& account) {
   const auto print_missing = [&](const char* title, const std::vector<std::string>& names) {
     if (!names.empty()) PrintLine(out, title + Join(names, ", "));
   };
-  print_missing("    missing: ", examination.missing_required);
-  print_missing("    missing, but optional: ", examination.missing_optional);
-  for (const std::string& message : diagnosis.messages) PrintLine(out, "    " + message);
+  print_missing("    missing: ", account.missing_required);
+  print_missing("    missing, but optional: ", account.missing_optional);
+  for (const FailedCall& call : OtherFailures(account)) PrintLine(out, "    " + FailureText(call));
+  for (const std::string& remark : account.remarks) PrintLine(out, "    " + remark);
+}
+
+void PrintSource(std::ostream& out, const Diagnosis& diagnosis) {
+  std::string answer = StateText(diagnosis);
+  const Account* account = diagnosis.account;
+  const bool was_asked = account == nullptr || account->state != SourceState::LibraryMissing;
+  if (was_asked) answer += ", " + Counted(diagnosis.records, "record");
+  if (account != nullptr) answer += fmt::format(", {} ms", Milliseconds(*account));
+  const char* library = diagnosis.library != nullptr ? diagnosis.library : "";
+  PrintLine(out, fmt::format("{:<8}  {:<12}  {}", diagnosis.source, library, answer));
+  if (account != nullptr) PrintDetails(out, *account);
 }
 
 std::string RecordName(const Json& record) {
@@ -63,63 +83,84 @@ std::string RecordName(const Json& record) {
   return name + (location.bus == kUnknown ? " at an unknown place" : " at " + PCILocationText(location));
 }
 
-void PrintText(std::ostream& out, const Findings& findings) {
-  for (const Diagnosis& diagnosis : findings.sources) PrintSource(out, diagnosis);
-  for (const RunLog::Step& step : findings.steps) {
-    if (step.trouble.empty()) continue;
-    PrintLine(out, "");
-    PrintLine(out, step.name);
-    for (const std::string& message : step.trouble) PrintLine(out, "    " + message);
-  }
+void PrintSection(std::ostream& out, const char* title) {
   PrintLine(out, "");
-  std::string matched = Counted(findings.gpus, "GPU") + " matched";
-  if (!findings.shared_identifiers.empty()) {
-    matched += fmt::format(", {} of them under an identifier that another has: {}", findings.gpus_that_share,
-                           Join(findings.shared_identifiers, ", "));
+  PrintLine(out, title);
+}
+
+void PrintText(std::ostream& out, const MachineDiagnosis& diagnosis) {
+  for (const Diagnosis& source : diagnosis.sources) PrintSource(out, source);
+  if (!diagnosis.system.failed_calls.empty()) {
+    PrintSection(out, "System");
+    PrintDetails(out, diagnosis.system);
+  }
+  if (!diagnosis.main_display_remarks.empty()) PrintSection(out, "Main display");
+  for (const std::string& remark : diagnosis.main_display_remarks) PrintLine(out, "    " + remark);
+  PrintLine(out, "");
+  std::string matched = Counted(diagnosis.gpus, "GPU") + " matched";
+  if (!diagnosis.shared_identifiers.empty()) {
+    matched += fmt::format(", {} of them under an identifier that another has: {}", diagnosis.gpus_that_share,
+                           Join(diagnosis.shared_identifiers, ", "));
   }
   PrintLine(out, matched + ".");
-  for (const Diagnosis& diagnosis : findings.sources) {
-    for (const Json& record : diagnosis.unmatched) {
-      PrintLine(out, fmt::format("Not matched: {} saw {}", diagnosis.source, RecordName(record)));
+  for (const Diagnosis& source : diagnosis.sources) {
+    for (const Json& record : source.unmatched) {
+      PrintLine(out, fmt::format("Not matched: {} saw {}", source.source, RecordName(record)));
     }
   }
 }
 
-Json SourceToJson(const Diagnosis& diagnosis) {
+Json ToJson(const FailedCall& call) {
+  Json json = {{"call", call.call}};
+  if (call.status) json["status"] = *call.status;
+  if (!call.status_name.empty()) json["status_name"] = call.status_name;
+  if (!call.subject.empty()) json["about"] = call.subject;
+  if (!call.unknown.empty()) json["unknown"] = call.unknown;
+  return json;
+}
+
+Json ToJson(const std::vector<FailedCall>& calls) {
+  Json json = Json::array();
+  for (const FailedCall& call : calls) json.push_back(ToJson(call));
+  return json;
+}
+
+Json ToJson(const Diagnosis& diagnosis) {
   Json json = {{"source", diagnosis.source}};
-  if (!diagnosis.library.empty()) json["library"] = diagnosis.library;
-  json["state"] = StateText(diagnosis.state);
-  if (!diagnosis.examination.failed_call.empty()) json["failed_call"] = diagnosis.examination.failed_call;
+  if (diagnosis.library != nullptr) json["library"] = diagnosis.library;
+  json["state"] = StateCode(diagnosis);
   json["records"] = diagnosis.records;
-  if (diagnosis.milliseconds) json["milliseconds"] = *diagnosis.milliseconds;
-  json["missing_entry_points"] = diagnosis.examination.missing_required;
-  json["missing_optional_entry_points"] = diagnosis.examination.missing_optional;
-  json["messages"] = diagnosis.messages;
+  if (const Account* account = diagnosis.account) {
+    json["milliseconds"] = Milliseconds(*account);
+    json["missing_entry_points"] = account->missing_required;
+    json["missing_optional_entry_points"] = account->missing_optional;
+    json["failed_calls"] = ToJson(account->failed_calls);
+    json["remarks"] = account->remarks;
+  }
   json["unmatched"] = diagnosis.unmatched;
   return json;
 }
 
-Json ToJson(const Findings& findings) {
+Json ToJson(const MachineDiagnosis& diagnosis) {
   Json sources = Json::array();
-  for (const Diagnosis& diagnosis : findings.sources) sources.push_back(SourceToJson(diagnosis));
-  Json steps = Json::array();
-  for (const RunLog::Step& step : findings.steps) steps.push_back({{"step", step.name}, {"messages", step.trouble}});
-  return {{"gpus", findings.gpus},
-          {"shared_identifiers", findings.shared_identifiers},
+  for (const Diagnosis& source : diagnosis.sources) sources.push_back(ToJson(source));
+  return {{"gpus", diagnosis.gpus},
+          {"shared_identifiers", diagnosis.shared_identifiers},
           {"sources", std::move(sources)},
-          {"steps", std::move(steps)}};
+          {"system", {{"failed_calls", ToJson(diagnosis.system.failed_calls)}}},
+          {"main_display", {{"remarks", diagnosis.main_display_remarks}}}};
 }
 
 }  // namespace
 
 int Doctor(const Session& session) {
-  const Findings findings = Examine(session);
+  const MachineDiagnosis diagnosis = Diagnose(session);
   if (session.json) {
-    PrintJson(session.out, ToJson(findings));
+    PrintJson(session.out, ToJson(diagnosis));
   } else {
-    PrintText(session.out, findings);
+    PrintText(session.out, diagnosis);
   }
-  return findings.gpus == 0 ? kFoundNone : kFoundGPUs;
+  return diagnosis.gpus == 0 ? kFoundNone : kFoundGPUs;
 }
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

@@ -1,67 +1,75 @@
-#include "Json.h"
+#include "cli/Json.h"
 
 #include <flatbuffers/minireflect.h>
 
 #include <ostream>
 #include <string>
+#include <utility>
+#include <vector>
 
-#include "Offsets.h"
-
-namespace Vexil::Program {
+namespace Vexil::Cli {
 namespace {
 
-using flatbuffers::ElementaryType;
-using flatbuffers::ReadScalar;
-using flatbuffers::TypeTable;
+/// Makes JSON of what it is shown of a buffer.
+class JsonVisitor final : public flatbuffers::IterationVisitor {
+ public:
+  Json Result() { return std::move(m_open.front()); }
 
-Json EnumToJson(std::uint8_t value, const TypeTable* type) {
-  const char* name = flatbuffers::EnumName(value, type);
-  return name != nullptr ? Json(name) : Json(value);
-}
+  void StartSequence() override { Open(Json::object()); }
+  void EndSequence() override { Close(); }
+  void StartVector() override { Open(Json::array()); }
+  void EndVector() override { Close(); }
 
-Json ValueToJson(const std::uint8_t* value, ElementaryType type, const TypeTable* reference) {
-  switch (type) {
-    case flatbuffers::ET_BOOL: return ReadScalar<std::uint8_t>(value) != 0;
-    case flatbuffers::ET_UCHAR: return EnumToJson(ReadScalar<std::uint8_t>(value), reference);
-    case flatbuffers::ET_INT: return ReadScalar<std::int32_t>(value);
-    case flatbuffers::ET_ULONG: return ReadScalar<std::uint64_t>(value);
-    case flatbuffers::ET_STRING: return reinterpret_cast<const flatbuffers::String*>(FollowOffset(value))->str();
-    case flatbuffers::ET_SEQUENCE:
-      return TableToJson(*reinterpret_cast<const flatbuffers::Table*>(FollowOffset(value)), *reference);
-    default: return nullptr;  // The schema has no others.
+  void Field(size_t /*field*/, size_t /*set*/, flatbuffers::ElementaryType type, bool is_vector,
+             const flatbuffers::TypeTable* /*table*/, const char* name, const std::uint8_t* value) override {
+    m_fields.back() = name;
+    // Packing leaves out what is unknown, and "false", which is known.
+    if (value == nullptr && type == flatbuffers::ET_BOOL && !is_vector) Put(false);
   }
-}
 
-Json VectorToJson(const std::uint8_t* vector, ElementaryType type, const TypeTable* reference) {
-  const std::uint8_t* elements = VectorElements(vector);
-  const std::size_t size = flatbuffers::InlineSize(type, reference);
-  Json array = Json::array();
-  for (std::size_t i = 0; i < VectorSize(vector); ++i) {
-    array.push_back(ValueToJson(elements + i * size, type, reference));
+  // The types that the schema uses.
+  void Bool(bool value) override { Put(value); }
+  void UChar(std::uint8_t value, const char* name) override { name != nullptr ? Put(name) : Put(value); }
+  void Int(std::int32_t value, const char* /*name*/) override { Put(value); }
+  void ULong(std::uint64_t value) override { Put(value); }
+  void String(const flatbuffers::String* value) override { Put(value->str()); }
+
+ private:
+  void Put(Json value) {
+    Json& open = m_open.back();
+    if (open.is_array()) {
+      open.push_back(std::move(value));
+    } else if (open.is_object()) {
+      open[m_fields.back()] = std::move(value);
+    } else {
+      open = std::move(value);
+    }
   }
-  return array;
-}
+
+  void Open(Json empty) {
+    m_open.push_back(std::move(empty));
+    m_fields.push_back(nullptr);
+  }
+
+  void Close() {
+    Json value = std::move(m_open.back());
+    m_open.pop_back();
+    m_fields.pop_back();
+    Put(std::move(value));
+  }
+
+  // The objects and lists that are not complete yet, the outermost first, and the field that each is at. The first one
+  // becomes the result.
+  std::vector<Json> m_open = std::vector<Json>(1);
+  std::vector<const char*> m_fields = std::vector<const char*>(1);
+};
 
 }  // namespace
 
-Json TableToJson(const flatbuffers::Table& table, const TypeTable& type) {
-  Json object = Json::object();
-  // An object that keeps its order copies its members when it grows.
-  object.get_ref<Json::object_t&>().reserve(type.num_elems);
-  for (std::size_t i = 0; i < type.num_elems; ++i) {
-    const flatbuffers::TypeCode code = type.type_codes[i];
-    const auto element_type = static_cast<ElementaryType>(code.base_type);
-    const TypeTable* reference = code.sequence_ref >= 0 ? type.type_refs[code.sequence_ref]() : nullptr;
-    const std::uint8_t* value = FieldAddress(table, i);
-    if (value == nullptr) {
-      // Packing leaves out what is unknown, and "false", which is known.
-      if (element_type == flatbuffers::ET_BOOL) object[type.names[i]] = false;
-      continue;
-    }
-    object[type.names[i]] = code.is_repeating != 0 ? VectorToJson(value, element_type, reference)
-                                                   : ValueToJson(value, element_type, reference);
-  }
-  return object;
+Json TableToJson(const std::uint8_t* buffer, const flatbuffers::TypeTable* type) {
+  JsonVisitor visitor;
+  flatbuffers::IterateFlatBuffer(buffer, type, &visitor);
+  return visitor.Result();
 }
 
 void PrintJson(std::ostream& out, const Json& json, JsonLayout layout) {
@@ -69,4 +77,4 @@ void PrintJson(std::ostream& out, const Json& json, JsonLayout layout) {
   out << json.dump(indent, ' ', false, Json::error_handler_t::replace) << '\n';
 }
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

@@ -3,30 +3,22 @@
 #include <iosfwd>
 #include <nlohmann/json.hpp>
 
-#include "FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/FlatBuffers/DetectionResult_generated.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 /// Objects keep the order of the schema.
 using Json = nlohmann::ordered_json;
 
-/// A packed record under the schema's names, without what is unknown. It must come from the library's
-/// own packing: fields that are retired are not expected in it.
-Json TableToJson(const flatbuffers::Table& table, const flatbuffers::TypeTable& type);
+/// A packed record under the schema's names, without what is unknown.
+Json TableToJson(const std::uint8_t* buffer, const flatbuffers::TypeTable* type);
 
 template <typename Record>
 Json ToJson(const Record& record) {
   using Table = typename Record::TableType;
   flatbuffers::FlatBufferBuilder builder;
   builder.Finish(Table::Pack(builder, &record));
-  return TableToJson(*flatbuffers::GetRoot<flatbuffers::Table>(builder.GetBufferPointer()),
-                     *Table::MiniReflectTypeTable());
-}
-
-/// True when both say the same.
-template <typename Record>
-bool AreEqual(const Record& a, const Record& b) {
-  return ToJson(a) == ToJson(b);
+  return TableToJson(builder.GetBufferPointer(), Table::MiniReflectTypeTable());
 }
 
 /// On one line or on many, always valid UTF-8: texts that drivers gave in another code page lose the
@@ -34,4 +26,4 @@ bool AreEqual(const Record& a, const Record& b) {
 enum class JsonLayout { OneLine, Indented };
 void PrintJson(std::ostream& out, const Json& json, JsonLayout layout = JsonLayout::Indented);
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

@@ -1,12 +1,12 @@
-#include "Commands.h"
-#include "Common/FormatSize.h"
-#include "Common/Text.h"
-#include "Common/Unknown.h"
-#include "Json.h"
-#include "MatchAnew.h"
-#include "TextTable.h"
+#include "Vexil/Common/FormatSize.h"
+#include "Vexil/Common/Text.h"
+#include "Vexil/Common/Unknown.h"
+#include "cli/Commands.h"
+#include "cli/Json.h"
+#include "cli/Rematching.h"
+#include "cli/TextTable.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 using FlatBuffers::GPUT;
 
@@ -41,4 +41,4 @@ int List(const Session& session, const Filter& filter) {
   return FoundStatus(session, !selected.empty());
 }
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

@@ -1,14 +1,16 @@
 #include <chrono>
 #include <thread>
 
-#include "Commands.h"
-#include "Common/FormatSize.h"
-#include "Common/Unknown.h"
-#include "Json.h"
-#include "MatchAnew.h"
-#include "TextTable.h"
+#include "Vexil/Common/FormatSize.h"
+#include "Vexil/Common/Unknown.h"
+#include "Vexil/Results/LiveMemory.h"
+#include "cli/Commands.h"
+#include "cli/ExitStatus.h"
+#include "cli/Json.h"
+#include "cli/Rematching.h"
+#include "cli/TextTable.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 using FlatBuffers::MatchedGPUT;
 using Selected = std::vector<const MatchedGPUT*>;
@@ -23,17 +25,17 @@ struct Figures {
 
 std::optional<Figures> AskSystem(const Session& session) {
   Figures figures;
-  if (!session.IsLive() || !session.detector->GetSystemMemory(figures.free, figures.total)) return {};
+  if (!session.IsThisMachine() || !QuerySystemMemory(figures.free, figures.total)) return {};
   return figures;
 }
 
-std::optional<Figures> AskGPU(const Session& session, const std::string& id) {
+std::optional<Figures> AskGPU(const Session& session, const MatchedGPUT& matched) {
   Figures figures;
-  if (!session.IsLive() || !session.detector->GetGPUMemory(id, figures.free, figures.total)) return {};
+  if (!session.IsThisMachine() || !QueryGPUMemory(matched, figures.free, figures.total)) return {};
   return figures;
 }
 
-/// The live figures, or the size alone, which every result tells.
+/// The live figures, or the size alone, which every result has.
 std::string MemoryText(const std::optional<Figures>& live, std::int32_t size_mib) {
   if (live) return FormatUse(live->free, live->total);
   return size_mib == kUnknown ? "unknown" : FormatMiB(size_mib) + ", use unknown";
@@ -56,7 +58,7 @@ void PrintOnce(const Session& session, const Selected& selected, JsonLayout layo
     for (const auto* matched : selected) {
       const auto& gpu = *matched->gpu;
       Json json = {{"id", gpu.id}, {"name", gpu.name}};
-      gpus.push_back(MemoryJson(std::move(json), AskGPU(session, gpu.id), "vram_mib", gpu.vram_mib));
+      gpus.push_back(MemoryJson(std::move(json), AskGPU(session, *matched), "vram_mib", gpu.vram_mib));
     }
     const Json system_json = MemoryJson(Json::object(), system, "ram_mib", ram_mib);
     PrintJson(session.out, {{"system", system_json}, {"gpus", gpus}}, layout);
@@ -66,7 +68,7 @@ void PrintOnce(const Session& session, const Selected& selected, JsonLayout layo
   table.Add({"system", "RAM", MemoryText(system, ram_mib)});
   for (const auto* matched : selected) {
     const auto& gpu = *matched->gpu;
-    table.Add({gpu.id, FullName(gpu), MemoryText(AskGPU(session, gpu.id), gpu.vram_mib)});
+    table.Add({gpu.id, FullName(gpu), MemoryText(AskGPU(session, *matched), gpu.vram_mib)});
   }
   table.Print(session.out);
 }
@@ -74,7 +76,7 @@ void PrintOnce(const Session& session, const Selected& selected, JsonLayout layo
 }  // namespace
 
 int Memory(const Session& session, const std::optional<std::string>& id, const Watch& watch) {
-  if (watch.seconds && !session.IsLive()) throw Error("a saved result has no live figures to watch");
+  if (watch.seconds && !session.IsThisMachine()) throw Error("a saved result has no live figures to watch");
   Selected selected;
   if (!id) {
     selected = SelectGPUs(session, {});
@@ -96,4 +98,4 @@ int Memory(const Session& session, const std::optional<std::string>& id, const W
   return FoundStatus(session, !selected.empty());
 }
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

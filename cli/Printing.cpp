@@ -1,9 +1,9 @@
-#include "Printing.h"
+#include "cli/Printing.h"
 
 #include <algorithm>
 #include <ostream>
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 namespace {
 
 bool IsControlCharacter(char c) {
@@ -25,4 +25,4 @@ std::string Counted(std::size_t count, const std::string& noun) {
   return std::to_string(count) + " " + noun + (count == 1 ? "" : "s");
 }
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

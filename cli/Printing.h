@@ -4,7 +4,7 @@
 #include <string>
 #include <string_view>
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 /// A driver's text as a terminal may have it: control characters, which could break lines or steer the terminal,
 /// become question marks.
@@ -17,4 +17,4 @@ void PrintLine(std::ostream& out, std::string_view line);
 /// "1 GPU", "2 GPUs"
 std::string Counted(std::size_t count, const std::string& noun);
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

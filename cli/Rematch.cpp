@@ -2,13 +2,14 @@
 
 #include <algorithm>
 
-#include "Commands.h"
-#include "Json.h"
-#include "MatchAnew.h"
-#include "Printing.h"
-#include "Version.h"
+#include "Vexil/Version.h"
+#include "cli/Commands.h"
+#include "cli/ExitStatus.h"
+#include "cli/Json.h"
+#include "cli/Printing.h"
+#include "cli/Rematching.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 using FlatBuffers::MatchedGPUT;
 using FlatBuffers::MonitorT;
@@ -61,8 +62,8 @@ std::string DifferenceText(const Json& value) {
 int Rematch(const Session& session) {
   const Results& results = session.results;
   const Json stored = Summary(results.matched, results.monitors);
-  const MatchedAnew anew = MatchAnew(results);
-  const Json now = Summary(anew.matched, anew.monitors);
+  const Rematched rematched = RematchResults(results);
+  const Json now = Summary(rematched.matched, rematched.monitors);
   Json differences = Json::array();
   Compare("", stored, now, differences);
 
@@ -76,8 +77,8 @@ int Rematch(const Session& session) {
                 fmt::format("{} by Vexil {}: {}, {}", what, version, Counted(summary["gpus"].size(), "GPU"),
                             Counted(summary["monitors"].size(), "monitor")));
     };
-    line("Stored      ", results.records.library_version, stored);
-    line("Matched anew", kLibraryVersion, now);
+    line("Stored   ", results.records.library_version, stored);
+    line("Rematched", kLibraryVersion, now);
     for (const Json& difference : differences) {
       PrintLine(session.out, fmt::format("  {}: stored {}, now {}", difference["path"].get<std::string>(),
                                          DifferenceText(difference["stored"]), DifferenceText(difference["now"])));
@@ -87,4 +88,4 @@ int Rematch(const Session& session) {
   return now["gpus"].empty() ? kFoundNone : kFoundGPUs;
 }
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

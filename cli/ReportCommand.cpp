@@ -1,26 +1,11 @@
-#include "Commands.h"
-#include "Json.h"
-#include "MatchAnew.h"
-#include "Printing.h"
-#include "Report.h"
+#include "Vexil/Report/Report.h"
+#include "cli/Commands.h"
+#include "cli/Json.h"
+#include "cli/Printing.h"
+#include "cli/Rematching.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 namespace {
-
-class SessionFigures final : public LiveFigures {
- public:
-  explicit SessionFigures(Detector* detector) : m_detector(detector) {}
-
-  bool GetSystemMemory(std::uint64_t& available, std::uint64_t& total) override {
-    return m_detector != nullptr && m_detector->GetSystemMemory(available, total);
-  }
-  bool GetGPUMemory(const FlatBuffers::MatchedGPUT& matched, std::uint64_t& free, std::uint64_t& total) override {
-    return m_detector != nullptr && m_detector->GetGPUMemory(matched.gpu->id, free, total);
-  }
-
- private:
-  Detector* m_detector;
-};
 
 class OutputSink final : public ReportSink {
  public:
@@ -47,12 +32,12 @@ int Report(const Session& session) {
   if (session.json) {
     PrintJson(session.out, ResultToJson(results.records));
   } else {
-    SessionFigures figures(session.detector);
     OutputSink sink(session.out);
-    WriteReport({*results.records.system, results.matched, results.gpus, results.monitors}, figures, sink);
+    WriteReport({*results.records.system, results.matched, results.gpus, results.monitors, session.IsThisMachine()},
+                sink);
   }
   WarnOfHiddenGPUs(session);
   return FoundStatus(session, !results.gpus.empty());
 }
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

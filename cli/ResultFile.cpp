@@ -1,13 +1,12 @@
-#include "ResultFile.h"
+#include "cli/ResultFile.h"
 
+#include <algorithm>
 #include <cerrno>
 #include <fstream>
 #include <iterator>
 #include <system_error>
 
-#include "Alignment.h"
-
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 using FlatBuffers::DetectionResultT;
 
@@ -25,6 +24,27 @@ bool IsComplete(const DetectionResultT& records) {
   return std::all_of(records.gpus.begin(), records.gpus.end(), has_gpu);
 }
 
+/// The verifier takes the elements of a list at any address, which matters where they are larger than the list's count.
+bool IsAligned(const flatbuffers::Vector<std::uint64_t>* list) {
+  return list == nullptr || reinterpret_cast<std::uintptr_t>(list->Data()) % sizeof(std::uint64_t) == 0;
+}
+
+bool AreListsAligned(const FlatBuffers::DetectionResult& result) {
+  const auto are_aligned = [](const auto* records, const auto& is_aligned) {
+    return records == nullptr || std::all_of(records->begin(), records->end(), is_aligned);
+  };
+  const auto is_opencl_aligned = [](const FlatBuffers::OpenCLGPU* opencl) {
+    return opencl == nullptr || IsAligned(opencl->peers());
+  };
+  const auto is_gpu_aligned = [&](const FlatBuffers::MatchedGPU* matched) {
+    const FlatBuffers::GPU* gpu = matched->gpu();
+    return (gpu == nullptr || IsAligned(gpu->opencl_peers())) && is_opencl_aligned(matched->opencl());
+  };
+  const FlatBuffers::DetectorsOutput* raw = result.detectors_output();
+  return are_aligned(result.gpus(), is_gpu_aligned) &&
+         (raw == nullptr || are_aligned(raw->opencl(), is_opencl_aligned));
+}
+
 std::string LastError() { return std::generic_category().message(errno); }
 
 }  // namespace
@@ -32,7 +52,7 @@ std::string LastError() { return std::generic_category().message(errno); }
 Results UnpackResults(std::vector<std::uint8_t> buffer, const std::string& name) {
   flatbuffers::Verifier verifier(buffer.data(), buffer.size(), kDeepestNesting, kMostTables);
   if (!FlatBuffers::VerifyDetectionResultBuffer(verifier) ||
-      !IsAligned(*flatbuffers::GetRoot<flatbuffers::Table>(buffer.data()), *FlatBuffers::DetectionResultTypeTable())) {
+      !AreListsAligned(*FlatBuffers::GetDetectionResult(buffer.data()))) {
     throw Error(name + " is not a saved result, or it is damaged");
   }
   Results results;
@@ -63,4 +83,4 @@ std::vector<std::uint8_t> ReadFile(const std::string& path) {
   return bytes;
 }
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

@@ -5,9 +5,9 @@
 #include <string>
 #include <vector>
 
-#include "FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/FlatBuffers/DetectionResult_generated.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 /// Keeps a command from doing its work. The text is for the user.
 class Error : public std::runtime_error {
@@ -32,4 +32,4 @@ Results UnpackResults(std::vector<std::uint8_t> buffer, const std::string& name)
 /// The content of a file. Throws an Error where it cannot be read.
 std::vector<std::uint8_t> ReadFile(const std::string& path);
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

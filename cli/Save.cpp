@@ -4,17 +4,15 @@
 #include <fstream>
 #include <iterator>
 
-#include "Commands.h"
-#include "Json.h"
-#include "Printing.h"
+#include "cli/Commands.h"
+#include "cli/Json.h"
+#include "cli/Printing.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 namespace {
 
-bool Write(const Session& session, const std::string& path) {
-  if (session.IsLive()) return session.detector->SaveToFile(path);
+bool Write(const std::vector<std::uint8_t>& buffer, const std::string& path) {
   std::ofstream file(path, std::ios::binary | std::ios::trunc);
-  const auto& buffer = session.results.buffer;
   file.write(reinterpret_cast<const char*>(buffer.data()), static_cast<std::streamsize>(buffer.size()));
   return file.is_open();
 }
@@ -29,8 +27,8 @@ bool Holds(const std::string& path, const std::vector<std::uint8_t>& bytes) {
 }  // namespace
 
 int Save(const Session& session, const std::string& path) {
-  if (!Write(session, path)) throw Error("cannot write \"" + path + "\"");
-  // Whether all of it arrived, nobody has told yet.
+  if (!Write(session.results.buffer, path)) throw Error("cannot write \"" + path + "\"");
+  // Writing to a stream does not report all that can go wrong on the way to the disk.
   if (!Holds(path, session.results.buffer)) throw Error("\"" + path + "\" could not be written completely");
   const Results& results = session.results;
   if (session.json) {
@@ -42,4 +40,4 @@ int Save(const Session& session, const std::string& path) {
   return FoundStatus(session, !results.gpus.empty());
 }
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

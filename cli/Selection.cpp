@@ -1,12 +1,12 @@
-#include "Selection.h"
+#include "cli/Selection.h"
 
 #include <algorithm>
 
-#include "CommandLine.h"
-#include "Printing.h"
-#include "Queries.h"
+#include "Vexil/Results/Queries.h"
+#include "cli/ExitStatus.h"
+#include "cli/Printing.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 using FlatBuffers::GPUT;
 using FlatBuffers::MatchedGPUT;
@@ -14,16 +14,7 @@ using FlatBuffers::MatchedGPUT;
 namespace {
 
 /// The identifiers that each filter leaves, one set per filter.
-std::vector<GPUIDs> AskDetector(Detector& detector, const Filter& filter) {
-  std::vector<GPUIDs> answers;
-  if (filter.vendor) answers.push_back(detector.GetGPUIDsByVendor(*filter.vendor));
-  if (filter.type) answers.push_back(detector.GetGPUIDsByType(*filter.type));
-  if (filter.api) answers.push_back(detector.GetGPUIDsByAPI(*filter.api));
-  if (filter.text) answers.push_back(detector.FindGPUIDs(*filter.text));
-  return answers;
-}
-
-std::vector<GPUIDs> AskSaved(const std::vector<GPUT>& gpus, const Filter& filter) {
+std::vector<GPUIDs> Apply(const std::vector<GPUT>& gpus, const Filter& filter) {
   std::vector<GPUIDs> answers;
   if (filter.vendor) answers.push_back(GetGPUIDsByVendor(gpus, *filter.vendor));
   if (filter.type) answers.push_back(GetGPUIDsByType(gpus, *filter.type));
@@ -35,8 +26,7 @@ std::vector<GPUIDs> AskSaved(const std::vector<GPUT>& gpus, const Filter& filter
 }  // namespace
 
 std::vector<const MatchedGPUT*> SelectGPUs(const Session& session, const Filter& filter) {
-  const auto answers =
-      session.IsLive() ? AskDetector(*session.detector, filter) : AskSaved(session.results.gpus, filter);
+  const auto answers = Apply(session.results.gpus, filter);
   std::vector<const MatchedGPUT*> selected;
   for (const MatchedGPUT& matched : session.results.matched) {
     const auto has_it = [&](const GPUIDs& ids) { return ids.contains(matched.gpu->id); };
@@ -72,9 +62,9 @@ std::string FullName(const GPUT& gpu) {
 int FoundStatus(const Session& session, bool has_found) {
   if (has_found) return kFoundGPUs;
   if (session.results.gpus.empty()) {
-    session.err << "vexil: no GPU was found; \"vexil doctor\" tells what each source had to say\n";
+    session.err << "vexil: no GPU was found; \"vexil doctor\" prints the status of each source\n";
   }
   return kFoundNone;
 }
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

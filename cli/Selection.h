@@ -4,9 +4,9 @@
 #include <string>
 #include <vector>
 
-#include "Session.h"
+#include "cli/Session.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 /// Which GPUs a command is about: those that satisfy everything that is given.
 struct Filter {
@@ -16,7 +16,7 @@ struct Filter {
   std::optional<std::string> text;
 };
 
-/// In the order of the results. This machine's GPUs are asked of its Detector.
+/// In the order of the results.
 std::vector<const FlatBuffers::MatchedGPUT*> SelectGPUs(const Session& session, const Filter& filter);
 
 /// The one GPU that has this identifier, or that is the only one to be found by this text. Where there is none
@@ -27,7 +27,7 @@ const FlatBuffers::MatchedGPUT* SelectGPU(const Session& session, const std::str
 std::string FullName(const FlatBuffers::GPUT& gpu);
 
 /// The exit status of a command that found what it was asked for or not. Where there is no GPU at all, standard
-/// error tells how to learn why.
+/// error says how to learn why.
 int FoundStatus(const Session& session, bool has_found);
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

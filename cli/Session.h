@@ -1,24 +1,23 @@
 #pragma once
 
+#include <memory>
 #include <ostream>
-#include <vector>
 
-#include "LogRecorder.h"
-#include "ResultFile.h"
-#include "Vexil.h"
+#include "Vexil/DetectorImpl.h"
+#include "cli/ResultFile.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 /// What one command works with.
 struct Session {
   Results results;
-  Detector* detector;        ///< Null where the results are not this machine's.
-  std::vector<LogLine> log;  ///< Of the run that found the results, for a command that needs it.
+  std::shared_ptr<const Detector::Impl> run;  ///< Null where the results are saved ones.
   bool json;
   std::ostream& out;
   std::ostream& err;
 
-  bool IsLive() const { return detector != nullptr; }
+  /// Whether live figures can be asked for.
+  bool IsThisMachine() const { return run != nullptr; }
 };
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

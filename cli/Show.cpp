@@ -1,13 +1,14 @@
 #include <fmt/format.h>
 
-#include "Commands.h"
-#include "Common/Text.h"
-#include "Common/Unknown.h"
-#include "Json.h"
-#include "Printing.h"
-#include "TextTable.h"
+#include "Vexil/Common/Text.h"
+#include "Vexil/Sources/Sources.h"
+#include "cli/Commands.h"
+#include "cli/ExitStatus.h"
+#include "cli/Json.h"
+#include "cli/Printing.h"
+#include "cli/TextTable.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 using FlatBuffers::MatchedGPUT;
 
@@ -44,38 +45,39 @@ void PrintRecord(std::ostream& out, const std::string& title, const Json& record
   }
 }
 
-void AddDisplays(TextTable& table, const std::vector<std::string>& names) {
-  if (!names.empty()) table.Add({"", Join(names, ", ")});
+std::string Displays(const std::vector<std::string>& names) {
+  return names.empty() ? std::string() : ", " + Join(names, ", ");
 }
 
-/// By what names and numbers the GPU is found in other interfaces, which are called as in the report.
-TextTable CrossIndex(const MatchedGPUT& matched) {
+// By what names and numbers each source knows the GPU.
+
+std::string KnownAs(const FlatBuffers::OpenCLGPUT& gpu) {
+  return fmt::format("platform {:#x} \"{}\", device {:#x}", gpu.platform_id, gpu.platform_name, gpu.device_id);
+}
+std::string KnownAs(const FlatBuffers::CUDAGPUT& gpu) { return fmt::format("device {}", gpu.index); }
+std::string KnownAs(const FlatBuffers::NvAPIGPUT& gpu) {
+  return fmt::format("handle {:#x}{}", gpu.handle, Displays(gpu.display_names));
+}
+std::string KnownAs(const FlatBuffers::NVMLGPUT& gpu) {
+  return fmt::format("PCI bus {}, device {}", gpu.pci_bus, gpu.pci_device);
+}
+std::string KnownAs(const FlatBuffers::DirectXGPUT& gpu) {
+  return fmt::format("\"{}\"{}{}", gpu.name, gpu.is_first_adapter ? ", the first adapter" : "",
+                     Displays(gpu.output_names));
+}
+std::string KnownAs(const FlatBuffers::AMDDLGPUT& gpu) {
+  return fmt::format("\"{}\"{}{}", gpu.name, gpu.is_primary ? ", primary" : "", Displays(gpu.display_names));
+}
+std::string KnownAs(const FlatBuffers::EnumDisplayDevicesGPUT& gpu) {
+  return fmt::format("\"{}\"{}{}", gpu.name, gpu.is_primary ? ", primary" : "", Displays(gpu.device_names));
+}
+
+TextTable OtherNames(const MatchedGPUT& matched) {
   TextTable table;
-  if (matched.cuda != nullptr) table.Add({"CUDA", fmt::format("device {}", matched.cuda->index)});
-  if (matched.nvapi != nullptr) {
-    table.Add({"NVAPI", fmt::format("handle {:#x}", matched.nvapi->handle)});
-    AddDisplays(table, matched.nvapi->display_names);
-  }
-  if (matched.nvml != nullptr) {
-    table.Add({"NVML", fmt::format("PCI bus {}, device {}", matched.nvml->pci_bus, matched.nvml->pci_device)});
-  }
-  if (matched.opencl != nullptr) {
-    table.Add({"OpenCL", fmt::format("platform {:#x} \"{}\", device {:#x}", matched.opencl->platform_id,
-                                     matched.opencl->platform_name, matched.opencl->device_id)});
-  }
-  if (matched.directx != nullptr) {
-    table.Add({"DirectX", fmt::format("\"{}\"{}", matched.directx->name,
-                                      matched.directx->is_first_adapter ? ", the first adapter" : "")});
-    AddDisplays(table, matched.directx->output_names);
-  }
-  if (matched.amddl != nullptr) {
-    table.Add({"AMDDL", fmt::format("\"{}\"{}", matched.amddl->name, matched.amddl->is_primary ? ", primary" : "")});
-    AddDisplays(table, matched.amddl->display_names);
-  }
-  if (matched.win32 != nullptr) {
-    table.Add({"Win32", fmt::format("\"{}\"{}", matched.win32->name, matched.win32->is_primary ? ", primary" : "")});
-    AddDisplays(table, matched.win32->device_names);
-  }
+  ForEachSource([&](const auto& source) {
+    const auto& record = matched.*source.record;
+    if (record != nullptr) table.Add({source.name, KnownAs(*record)});
+  });
   return table;
 }
 
@@ -91,7 +93,7 @@ int Show(const Session& session, const std::string& id) {
   }
   PrintLine(session.out, FullName(*matched->gpu) + " (" + matched->gpu->id + ")");
   session.out << "\nOther interfaces know it as\n";
-  CrossIndex(*matched).Print(session.out, "  ");
+  OtherNames(*matched).Print(session.out, "  ");
   for (const auto& [source, record] : json.items()) {
     session.out << '\n';
     PrintRecord(session.out, source, record, "");
@@ -99,4 +101,4 @@ int Show(const Session& session, const std::string& id) {
   return kFoundGPUs;
 }
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

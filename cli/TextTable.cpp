@@ -1,10 +1,10 @@
-#include "TextTable.h"
+#include "cli/TextTable.h"
 
 #include <algorithm>
 
-#include "Printing.h"
+#include "cli/Printing.h"
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 void TextTable::Print(std::ostream& out, const std::string& indent) const {
   std::vector<std::size_t> widths;
@@ -23,4 +23,4 @@ void TextTable::Print(std::ostream& out, const std::string& indent) const {
   }
 }
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace Vexil::Program {
+namespace Vexil::Cli {
 
 /// Rows of text in columns as wide as their widest text.
 class TextTable {
@@ -17,4 +17,4 @@ class TextTable {
   std::vector<std::vector<std::string>> m_rows;
 };
 
-}  // namespace Vexil::Program
+}  // namespace Vexil::Cli

@@ -1,9 +1,5 @@
-#include <Vexil/Vexil.h>
-
 #include <iostream>
 
-#include "CommandLine.h"
+#include "cli/CommandLine.h"
 
-int main(int argc, char** argv) {
-  return Vexil::Program::RunCommandLine(argc, argv, *GetInstance(), std::cout, std::cerr);
-}
+int main(int argc, char** argv) { return Vexil::Cli::RunCommandLine(argc, argv, std::cout, std::cerr); }

@@ -3,27 +3,31 @@
 add_library(vexil_settings INTERFACE)
 
 if(MSVC)
-  target_compile_options(vexil_settings INTERFACE /W4 /WX /permissive- /utf-8 /guard:cf)
+  set(options /W4 /permissive- /utf-8 /guard:cf)
   target_link_options(vexil_settings INTERFACE /guard:cf)
 else()
-  target_compile_options(vexil_settings INTERFACE
-    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor -Werror
+  set(options
+    -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor
     -fstack-protector-strong
     # Log lines name their source file; the folder that it was built in is nobody's business.
     -fmacro-prefix-map=${PROJECT_SOURCE_DIR}/=)
   # _FORTIFY_SOURCE needs optimisation.
   target_compile_definitions(vexil_settings INTERFACE $<$<NOT:$<CONFIG:Debug>>:_FORTIFY_SOURCE=2>)
 endif()
-
 if(CMAKE_CXX_COMPILER_ID STREQUAL "GNU" AND CMAKE_CXX_COMPILER_VERSION VERSION_LESS 13)
   # GCC 12 warns of overlapping copies inside std::string's own assignment, where there are none.
-  target_compile_options(vexil_settings INTERFACE -Wno-restrict)
+  list(APPEND options -Wno-restrict)
 endif()
+if(PROJECT_IS_TOP_LEVEL)
+  # In somebody else's build a new compiler's new warning is no reason to stop.
+  list(APPEND options $<IF:$<CXX_COMPILER_ID:MSVC>,/WX,-Werror>)
+endif()
+target_compile_options(vexil_settings INTERFACE "$<$<COMPILE_LANGUAGE:CXX>:${options}>")
 
 if(MINGW)
   target_link_options(vexil_settings INTERFACE -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
   # The stack protector's few functions go into each file, so that no DLL has to be shipped for them.
-  target_link_libraries(vexil_settings INTERFACE -Wl,-Bstatic -lssp -Wl,-Bdynamic)
+  target_link_libraries(vexil_settings INTERFACE -l:libssp.a)
 endif()
 
 if(VEXIL_SANITIZE)

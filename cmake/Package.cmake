@@ -12,7 +12,9 @@ install(TARGETS vexil EXPORT VexilTargets
   RUNTIME DESTINATION bin
   ARCHIVE DESTINATION lib
   INCLUDES DESTINATION include include/Vexil/third_party)
-install(TARGETS vexil_cli vexil_sim RUNTIME DESTINATION bin)
+if(VEXIL_BUILD_PROGRAMS)
+  install(TARGETS vexil_exe vexil_sim_exe RUNTIME DESTINATION bin)
+endif()
 set(runtime_dlls $<TARGET_RUNTIME_DLLS:vexil> ${VEXIL_COMPILER_DLLS})
 install(FILES ${runtime_dlls} DESTINATION bin)
 
@@ -34,11 +36,12 @@ install(FILES simulation/README.md DESTINATION share/doc/Vexil/simulation)
 install(FILES tests/machines/five-gpus.json tests/machines/hybrid-laptop.json DESTINATION share/doc/Vexil/tests/machines)
 if(VEXIL_LICENSES_DIR)
   install(DIRECTORY ${VEXIL_LICENSES_DIR}/ DESTINATION share/licenses/Vexil)
+else()
+  message(WARNING "VEXIL_LICENSES_DIR names no folder: what is installed or packed lacks the licence texts of the "
+                  "libraries in it, which have to accompany them.")
 endif()
 
 install(EXPORT VexilTargets NAMESPACE Vexil:: DESTINATION lib/cmake/Vexil)
-set_target_properties(vexil PROPERTIES EXPORT_NAME Vexil)
-add_library(Vexil::Vexil ALIAS vexil)
 
 # Names alone: the folders are those of the machine that makes the package. A generator expression that takes
 # a list to its file names is younger than the CMake that Debian has, so the installation does it.
@@ -48,16 +51,16 @@ install(CODE "
     cmake_path(GET dll FILENAME name)
     list(APPEND names \${name})
   endforeach()
-  file(WRITE \"${CMAKE_BINARY_DIR}/package/VexilRuntimeDLLs.cmake\" \"set(_vexil_dlls \${names})\\n\")")
-file(GENERATE OUTPUT ${CMAKE_BINARY_DIR}/package/VexilFiles.cmake CONTENT
+  file(WRITE \"${PROJECT_BINARY_DIR}/package/VexilRuntimeDLLs.cmake\" \"set(_vexil_dlls \${names})\\n\")")
+file(GENERATE OUTPUT ${PROJECT_BINARY_DIR}/package/VexilFiles.cmake CONTENT
 "set(_vexil_log4cxx_dll \"$<TARGET_FILE_NAME:log4cxx>\")
 set(_vexil_log4cxx_library \"$<TARGET_LINKER_FILE_NAME:log4cxx>\")
 ")
-configure_package_config_file(cmake/VexilConfig.cmake.in ${CMAKE_BINARY_DIR}/package/VexilConfig.cmake
+configure_package_config_file(cmake/VexilConfig.cmake.in ${PROJECT_BINARY_DIR}/package/VexilConfig.cmake
   INSTALL_DESTINATION lib/cmake/Vexil)
-write_basic_package_version_file(${CMAKE_BINARY_DIR}/package/VexilConfigVersion.cmake COMPATIBILITY SameMajorVersion)
-install(FILES ${CMAKE_BINARY_DIR}/package/VexilConfig.cmake ${CMAKE_BINARY_DIR}/package/VexilConfigVersion.cmake
-  ${CMAKE_BINARY_DIR}/package/VexilFiles.cmake ${CMAKE_BINARY_DIR}/package/VexilRuntimeDLLs.cmake
+write_basic_package_version_file(${PROJECT_BINARY_DIR}/package/VexilConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES ${PROJECT_BINARY_DIR}/package/VexilConfig.cmake ${PROJECT_BINARY_DIR}/package/VexilConfigVersion.cmake
+  ${PROJECT_BINARY_DIR}/package/VexilFiles.cmake ${PROJECT_BINARY_DIR}/package/VexilRuntimeDLLs.cmake
   DESTINATION lib/cmake/Vexil)
 
 set(CPACK_GENERATOR ZIP)

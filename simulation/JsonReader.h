@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-#include "LoadMachine.h"
+#include "simulation/LoadMachine.h"
 
 namespace Vexil::Simulation {
 
@@ -67,7 +67,7 @@ Unsigned ParseHex(const JsonPath& from) {
 template <std::integral Number>
 void Read(const JsonPath& from, Number& to) {
   const auto take = [&](auto number) {
-    if (!std::in_range<Number>(number)) from.Fail("there is no room for such a number");
+    if (!std::in_range<Number>(number)) from.Fail("number out of range");
     to = static_cast<Number>(number);
   };
   if (from.json.is_string()) {
@@ -116,10 +116,10 @@ class Members {
     if (member != m_from.json.end()) Read(JsonPath{*member, m_from.path + "." + name}, to);
   }
 
-  /// Members for which nobody asked are misspelt.
+  /// A member that was not read is an error: it is misspelt.
   void RejectOthers() const {
     for (const auto& [name, value] : m_from.json.items()) {
-      if (!m_known.contains(name)) m_from.Fail("nobody knows \"" + name + "\" here");
+      if (!m_known.contains(name)) m_from.Fail("unknown member \"" + name + "\"");
     }
   }
 

@@ -1,4 +1,4 @@
-#include "LoadMachine.h"
+#include "simulation/LoadMachine.h"
 
 #include <fmt/format.h>
 #include <fmt/ranges.h>
@@ -10,8 +10,8 @@
 #include <initializer_list>
 #include <string_view>
 
-#include "JsonReader.h"
-#include "SimulatedLibraries.h"
+#include "simulation/JsonReader.h"
+#include "simulation/SimulatedLibraries.h"
 
 namespace Vexil::Simulation {
 namespace {
@@ -160,7 +160,7 @@ static void Read(const JsonPath& from, DisplayMode& to) {
   }
 }
 
-// What Windows tells
+// Windows
 
 static void ReadMembers(Members& m, Windows& to) {
   const auto value = [&to](const char* key, const char* name) -> std::string& {
@@ -293,7 +293,7 @@ static void ReadLibrary(Members& m, const SimulatedLibrary& library, Library& to
   m("claimed_count", to.claimed_count);
   for (const std::string& entry_point : to.missing) {
     if (Offers(library, entry_point)) continue;
-    m.From().Fail(fmt::format("\"{}\" is no entry point of {}", entry_point, library.file_name));
+    m.From().Fail(fmt::format("unknown entry point \"{}\" of {}", entry_point, library.file_name));
   }
 }
 
@@ -404,7 +404,7 @@ static void ReadMembers(Members& m, Failure& to) {
 static void Read(const JsonPath& from, Failure& to) {
   from.json.is_string() ? Read(from, to.call) : ReadObject(from, to);
   const std::string name = to.call.substr(0, to.call.find(' '));
-  if (!IsKnownCall(name)) from.Fail(fmt::format("there is no call \"{}\"", name));
+  if (!IsKnownCall(name)) from.Fail(fmt::format("unknown call \"{}\"", name));
 }
 
 static void ReadMembers(Members& m, Machine& to) {

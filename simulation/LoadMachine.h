@@ -3,7 +3,7 @@
 #include <stdexcept>
 #include <string>
 
-#include "Machine.h"
+#include "simulation/Machine.h"
 
 namespace Vexil::Simulation {
 

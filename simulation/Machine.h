@@ -8,9 +8,9 @@
 #include <utility>
 #include <vector>
 
-#include "Windows/DXGI.h"
-#include "Windows/DisplayDevices.h"
-#include "Windows/Kernel.h"
+#include "Vexil/Platform/DXGI.h"
+#include "Vexil/Platform/DisplayDevices.h"
+#include "Vexil/Platform/Kernel.h"
 
 namespace Vexil::Simulation {
 

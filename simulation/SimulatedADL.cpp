@@ -1,7 +1,7 @@
 #include <cstddef>
 #include <cstdlib>
 
-#include "SimulatedLibraries.h"
+#include "simulation/SimulatedLibraries.h"
 
 // atiadlxx.dll
 

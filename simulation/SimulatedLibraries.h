@@ -8,13 +8,13 @@
 #include <type_traits>
 #include <vector>
 
-#include "Common/OpenLibrary.h"
-#include "Simulation.h"
+#include "Vexil/Platform/OpenLibrary.h"
+#include "simulation/Simulation.h"
 
 namespace Vexil::Simulation {
 
-// The vendors' libraries as the loader of the operating system sees them. Each simulated library declares
-// its driver's binary interface anew instead of using the product's headers, so that a wrong name, number
+// The vendors' libraries as the loader of the operating system sees them. Each simulated library has its own
+// declarations of its driver's binary interface and does not use the product's headers, so that a wrong name, number
 // or size there shows.
 
 struct SimulatedLibrary {
@@ -31,11 +31,18 @@ struct SimulatedLibrary {
 bool EntryFails(const SimulatedLibrary& library, std::string_view call, std::string_view parameter = {},
                 std::int64_t device = kNoDevice);
 
+/// The LUID of the adapter that OpenCL is given, a DXGI interface.
+std::optional<std::uint64_t> AdapterLUID(void* adapter);
+
 const SimulatedLibrary& SimulatedOpenCL();
 const SimulatedLibrary& SimulatedCUDA();
 const SimulatedLibrary& SimulatedNVML();
 const SimulatedLibrary& SimulatedNVAPI();
 const SimulatedLibrary& SimulatedADL();
+
+inline std::vector<const SimulatedLibrary*> AllLibraries() {
+  return {&SimulatedOpenCL(), &SimulatedCUDA(), &SimulatedNVML(), &SimulatedNVAPI(), &SimulatedADL()};
+}
 
 /// The status with which the machine wants this thread's call to fail, if it does; asking forgets it.
 std::optional<int> TakeStatus();
@@ -45,6 +52,7 @@ struct StatusReplaced {
   /// The entry point as its callers see it.
   template <Result (*entry)(Arguments...)>
   static Result Call(Arguments... arguments) {
+    const InsideCall inside;
     const Result result = entry(arguments...);
     const std::optional<int> status = TakeStatus();
     if constexpr (std::is_same_v<Result, int>) return status.value_or(result);

@@ -1,4 +1,4 @@
-#include "SimulatedLibraries.h"
+#include "simulation/SimulatedLibraries.h"
 
 // nvml.dll
 

@@ -1,7 +1,7 @@
 #include <array>
 #include <cstring>
 
-#include "SimulatedLibraries.h"
+#include "simulation/SimulatedLibraries.h"
 
 // nvapi64.dll: one export, which hands out the functions by number.
 
@@ -25,7 +25,7 @@ constexpr const char* kName = "nvapi64.dll";
 constexpr std::uintptr_t kFirstGPU = 0xA0100;
 constexpr std::uintptr_t kFirstDisplay = 0xA0200;
 
-/// The GPUs' handles die with the library: once it is loaded anew they are others.
+/// The GPUs' handles die with the library: after it was loaded again they have other values.
 std::uintptr_t FirstGPU() { return kFirstGPU + static_cast<std::uintptr_t>(Observed().loads.at(kName) - 1) * 0x1000; }
 
 Handle GPUHandle(std::size_t index) { return reinterpret_cast<Handle>(FirstGPU() + index); }

@@ -1,6 +1,6 @@
 #include <cstring>
 
-#include "SimulatedLibraries.h"
+#include "simulation/SimulatedLibraries.h"
 
 // OpenCL.dll: the loader and, behind it, the vendors' platforms.
 
@@ -187,11 +187,11 @@ int clGetDeviceIDsFromD3D10KHR(Handle platform, Number source, void* object, Num
   constexpr Number kDXGIAdapter = 0x4011;
   constexpr Number kPreferredDevices = 0x4012;
   if (source != kDXGIAdapter || set != kPreferredDevices) return kInvalidValue;
-  const std::uint64_t luid = static_cast<const GraphicsAdapter*>(object)->description.luid;
+  const std::optional<std::uint64_t> luid = AdapterLUID(object);
   const auto& all = FindPlatform(platform)->devices;
   std::vector<Handle> handles;
   for (std::size_t index = 0; index < all.size(); ++index) {
-    if (all[index].luid == luid) handles.push_back(ToHandle(PlatformOf(platform), index));
+    if (luid && all[index].luid == luid) handles.push_back(ToHandle(PlatformOf(platform), index));
   }
   if (handles.empty()) return kDeviceNotFound;
   return Handles(handles, std::nullopt, room, devices, count);

@@ -1,4 +1,4 @@
-#include "Simulation.h"
+#include "simulation/Simulation.h"
 
 #include <fmt/format.h>
 
@@ -6,8 +6,6 @@
 #include <cstring>
 #include <mutex>
 #include <utility>
-
-#include "NVIDIA/NvAPILoader.h"
 
 namespace Vexil::Simulation {
 namespace {
@@ -19,6 +17,8 @@ struct State {
   // Hosts ask from several threads.
   std::mutex mutex;
 };
+
+CallTimer the_timer = nullptr;
 
 State& TheState() {
   static State state;
@@ -43,14 +43,18 @@ void SetMachine(Machine machine) {
 
 const Machine& TheMachine() { return TheState().machine; }
 
-void EndProcess() {
-  while (NvAPI_Unload() != NVAPI_API_NOT_INITIALIZED) {
-  }
-}
-
 const Observations& Observed() { return TheState().observed; }
 
 void WatchCalls(CallWatcher watcher) { TheState().watcher = std::move(watcher); }
+
+void TimeCalls(CallTimer timer) { the_timer = timer; }
+
+InsideCall::InsideCall() {
+  if (the_timer != nullptr) the_timer(true);
+}
+InsideCall::~InsideCall() {
+  if (the_timer != nullptr) the_timer(false);
+}
 
 std::optional<Failure> FailureOf(std::string_view call, std::string_view parameter, std::int64_t device) {
   State& state = TheState();

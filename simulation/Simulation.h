@@ -8,7 +8,7 @@
 #include <string_view>
 #include <vector>
 
-#include "Machine.h"
+#include "simulation/Machine.h"
 
 namespace Vexil::Simulation {
 
@@ -31,8 +31,6 @@ struct Observations {
 /// Takes the place of the machine before. Nothing may be running on it.
 void SetMachine(Machine machine);
 const Machine& TheMachine();
-/// Takes down what the library keeps up until its process ends.
-void EndProcess();
 const Observations& Observed();
 
 /// Is told of every call, by its number, counted from 1, its name and its parameter; where it says so the call
@@ -40,7 +38,20 @@ const Observations& Observed();
 using CallWatcher = std::function<bool(std::uint64_t number, std::string_view call, std::string_view parameter)>;
 void WatchCalls(CallWatcher watcher);
 
+/// Is told when the library calls a driver or Windows, and when the call returns. Null ends that.
+using CallTimer = void (*)(bool is_call);
+void TimeCalls(CallTimer timer);
+
 // For the simulated drivers.
+
+/// A call of a driver or of Windows, as long as this lives.
+class InsideCall {
+ public:
+  InsideCall();
+  ~InsideCall();
+  InsideCall(const InsideCall&) = delete;
+  InsideCall& operator=(const InsideCall&) = delete;
+};
 
 constexpr std::int64_t kNoDevice = -1;
 

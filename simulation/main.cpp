@@ -2,10 +2,9 @@
 #include <iostream>
 #include <string_view>
 
-#include "CommandLine.h"
-#include "LoadMachine.h"
-#include "Simulation.h"
-#include "Vexil.h"
+#include "cli/CommandLine.h"
+#include "simulation/LoadMachine.h"
+#include "simulation/Simulation.h"
 
 namespace {
 
@@ -28,7 +27,7 @@ int main(int argc, char** argv) {
   }
   try {
     Vexil::Simulation::SetMachine(Vexil::Simulation::LoadMachine(argv[1]));
-    return Vexil::Program::RunCommandLine(argc - 1, argv + 1, *GetInstance(), std::cout, std::cerr);
+    return Vexil::Cli::RunCommandLine(argc - 1, argv + 1, std::cout, std::cerr);
   } catch (const std::exception& error) {
     std::cerr << "vexil-sim: " << error.what() << '\n';
     return 2;

@@ -1,16 +1,16 @@
-#include "AMD/AMDDisplayLibrary.h"
+#include "Vexil/AMD/AMDDisplayLibrary.h"
 
 #include <algorithm>
 #include <array>
 #include <cstdlib>
 #include <utility>
 
-#include "Common/InsertionOrderedMap.h"
-#include "Common/Limits.h"
-#include "Common/Log.h"
-#include "Common/Patterns.h"
-#include "Common/Text.h"
-#include "Common/Unknown.h"
+#include "Vexil/Common/InsertionOrderedMap.h"
+#include "Vexil/Common/Limits.h"
+#include "Vexil/Common/Log.h"
+#include "Vexil/Common/Patterns.h"
+#include "Vexil/Common/Text.h"
+#include "Vexil/Common/Unknown.h"
 
 namespace Vexil {
 
@@ -20,10 +20,22 @@ using FlatBuffers::GPUType;
 namespace {
 
 constexpr int kHighestPCIBus = 255;
+constexpr const char* kDriverVersionFields = "amd_driver_version, amd_driver_major, amd_driver_minor";
 
 void* Allocate(int size) { return std::malloc(static_cast<std::size_t>(size)); }
 
-bool Succeeded(int result) { return result == ADL_OK || result == ADL_OK_WARNING; }
+constexpr std::array kStatusNames = {
+    StatusName{-1, "ADL_ERR"},
+    StatusName{-2, "ADL_ERR_NOT_INIT"},
+    StatusName{-3, "ADL_ERR_INVALID_PARAM"},
+    StatusName{-4, "ADL_ERR_INVALID_PARAM_SIZE"},
+    StatusName{-5, "ADL_ERR_INVALID_ADL_IDX"},
+    StatusName{-8, "ADL_ERR_NOT_SUPPORTED"},
+    StatusName{-9, "ADL_ERR_NULL_POINTER"},
+    StatusName{-10, "ADL_ERR_DISABLED_ADAPTER"},
+    StatusName{-11, "ADL_ERR_INVALID_CALLBACK"},
+    StatusName{-12, "ADL_ERR_RESOURCE_CONFLICT"},
+};
 
 bool IsFromAMD(const AdapterInfo& adapter) {
   // Some drivers give the hexadecimal id's digits as a decimal number.
@@ -32,15 +44,18 @@ bool IsFromAMD(const AdapterInfo& adapter) {
 }
 
 /// Virtual machines put the GPU on a bus that cannot exist; CUDA, OpenCL and DXGI see it at 0:0.0.
-void CorrectVirtualLocation(AMDDLGPUT& gpu) {
+void CorrectVirtualLocation(AMDDLGPUT& gpu, Account& account) {
   if (gpu.pci_bus <= kHighestPCIBus) return;
-  LOG_WARN("AMD VM workaround: set PCI {}:{}.{} to 0:0.0", gpu.pci_bus, gpu.pci_device, gpu.pci_function);
+  LOG_WARN_AND_REMARK(account.remarks, "AMD VM workaround: set PCI {}:{}.{} to 0:0.0", gpu.pci_bus, gpu.pci_device,
+                      gpu.pci_function);
   gpu.pci_bus = 0;
   gpu.pci_device = 0;
   gpu.pci_function = 0;
 }
 
 }  // namespace
+
+AMDDisplayLibrary::AMDDisplayLibrary() : VendorLibrary(kFileName, kStatusNames, ADL_OK_WARNING) {}
 
 AMDDisplayLibrary::~AMDDisplayLibrary() {
   if (m_initialized) {
@@ -52,25 +67,23 @@ AMDDisplayLibrary::~AMDDisplayLibrary() {
 
 bool AMDDisplayLibrary::Initialize() {
   if (m_initialized) return true;
-  if (!Open(kFileName)) return false;
-  if (ResolveAll() != nullptr) {
+  if (!Open()) return false;
+  if (Resolve() != nullptr) {
     Unload();
     return false;
   }
   constexpr int kConnectedAdaptersOnly = 1;
-  const int status = ADL_Main_Control_Create(Allocate, kConnectedAdaptersOnly);
-  m_start_status = status;
-  m_initialized = Succeeded(status);
+  m_initialized = Starts(ADL_Main_Control_Create, Allocate, kConnectedAdaptersOnly);
   if (!m_initialized) LOG_WARN("Failed to initialize, control create error.");
   return m_initialized;
 }
 
 void AMDDisplayLibrary::Unload() {
   if (m_initialized) ADL_Main_Control_Destroy();
-  // Those by which anything starts; the next Initialize resolves all of them anew.
-  ADL_Main_Control_Create.Forget();
-  ADL_Main_Control_Destroy.Forget();
-  ADL_Adapter_NumberOfAdapters_Get.Forget();
+  // The other four keep their values, which nobody uses: Initialize comes first and resolves all of them again.
+  ADL_Main_Control_Create.Clear();
+  ADL_Main_Control_Destroy.Clear();
+  ADL_Adapter_NumberOfAdapters_Get.Clear();
   Close();
   m_initialized = false;
 }
@@ -91,13 +104,13 @@ bool AMDDisplayLibrary::EnumerateGPUs(std::vector<AMDDLGPUT>& gpus) {
     gpu_at[location].display_names.push_back(TextInBuffer(adapter.strDisplayName));
   }
   for (auto& [location, gpu] : gpu_at) gpus.push_back(std::move(gpu));
-  if (gpus.size() == 1) CorrectVirtualLocation(gpus.front());
+  if (gpus.size() == 1) CorrectVirtualLocation(gpus.front(), TheAccount());
   return true;
 }
 
 bool AMDDisplayLibrary::ReadAdapters(std::vector<AdapterInfo>& adapters, int& primary_adapter) {
   int count = 0;
-  if (!Succeeded(ADL_Adapter_NumberOfAdapters_Get(&count))) {
+  if (!Lists(ADL_Adapter_NumberOfAdapters_Get, &count)) {
     LOG_WARN("Failed to enumerate, adapter enumeration error.");
     return false;
   }
@@ -106,7 +119,7 @@ bool AMDDisplayLibrary::ReadAdapters(std::vector<AdapterInfo>& adapters, int& pr
     return false;
   }
   int primary = -1;
-  if (ADL_Adapter_Primary_Get && Succeeded(ADL_Adapter_Primary_Get(&primary))) primary_adapter = primary;
+  if (ADL_Adapter_Primary_Get && Tells("is_primary", ADL_Adapter_Primary_Get, &primary)) primary_adapter = primary;
 
   // The buffer is as large as the library is told, so that it cannot write past it.
   const bool credible = count > 0 && count <= static_cast<int>(kMaxItems);
@@ -116,14 +129,15 @@ bool AMDDisplayLibrary::ReadAdapters(std::vector<AdapterInfo>& adapters, int& pr
     adapters.assign(static_cast<std::size_t>(count), empty);
   }
   if (!credible ||
-      !Succeeded(ADL_Adapter_AdapterInfo_Get(adapters.data(), count * static_cast<int>(sizeof(AdapterInfo))))) {
+      !Lists(ADL_Adapter_AdapterInfo_Get, adapters.data(), count * static_cast<int>(sizeof(AdapterInfo)))) {
     LOG_WARN("Failed to enumerate adapters.");
     return false;
   }
   return true;
 }
 
-AMDDLGPUT AMDDisplayLibrary::MakeGPU(const AdapterInfo& adapter, int primary_adapter) const {
+AMDDLGPUT AMDDisplayLibrary::MakeGPU(const AdapterInfo& adapter, int primary_adapter) {
+  TheAccount().About("adapter", adapter.iAdapterIndex);
   AMDDLGPUT gpu;
   gpu.name = TextInBuffer(adapter.strAdapterName);
   gpu.pci_bus = adapter.iBusNumber;
@@ -135,10 +149,10 @@ AMDDLGPUT AMDDisplayLibrary::MakeGPU(const AdapterInfo& adapter, int primary_ada
   return gpu;
 }
 
-GPUType AMDDisplayLibrary::ReadGPUType(int adapter) const {
+GPUType AMDDisplayLibrary::ReadGPUType(int adapter) {
   int types = 0;
   int valid_types = 0;
-  if (!Succeeded(ADL_Adapter_ASICFamilyType_Get(adapter, &types, &valid_types))) return GPUType::Unknown;
+  if (!Tells("type", ADL_Adapter_ASICFamilyType_Get, adapter, &types, &valid_types)) return GPUType::Unknown;
   return (types & (ADL_ASIC_INTEGRATED | ADL_ASIC_FUSION)) != 0 ? GPUType::Integrated : GPUType::Discrete;
 }
 
@@ -148,7 +162,7 @@ bool AMDDisplayLibrary::GetDriverVersion(std::string& version, std::int32_t& maj
   minor = kUnknown;
   if (!Initialize()) return false;
   ADLVersionsInfo versions = {};
-  if (!Succeeded(ADL_Graphics_Versions_Get(&versions))) return false;
+  if (!Tells(kDriverVersionFields, ADL_Graphics_Versions_Get, &versions)) return false;
   version = TextInBuffer(versions.strDriverVer);
   if (const auto numbers = FindVersion(version, 2)) {
     major = numbers->at(0);
@@ -157,16 +171,18 @@ bool AMDDisplayLibrary::GetDriverVersion(std::string& version, std::int32_t& maj
   return true;
 }
 
-std::vector<AMDDLGPUT> GetAMDDLGPUs() {
+Answer<AMDDLGPUT> GetAMDDLGPUs() {
   AMDDisplayLibrary library;
   std::vector<AMDDLGPUT> gpus;
   library.EnumerateGPUs(gpus);
-  return gpus;
+  return {std::move(gpus), library.TheAccount()};
 }
 
-bool GetAMDDriverVersion(std::string& version, std::int32_t& major, std::int32_t& minor) {
+bool GetAMDDriverVersion(std::string& version, std::int32_t& major, std::int32_t& minor, Account& account) {
   AMDDisplayLibrary library;
-  return library.GetDriverVersion(version, major, minor);
+  const bool told = library.GetDriverVersion(version, major, minor);
+  account.Append(library.TheAccount(), kDriverVersionFields);
+  return told;
 }
 
 }  // namespace Vexil

@@ -4,18 +4,19 @@
 #include <string>
 #include <vector>
 
-#include "AMD/ADL.h"
-#include "Common/VendorLibrary.h"
-#include "FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/AMD/ADL.h"
+#include "Vexil/Common/Account.h"
+#include "Vexil/FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/Platform/VendorLibrary.h"
 
 namespace Vexil {
 
 /// The AMD Display Library, atiadlxx.dll, which comes with AMD's graphics driver.
-class AMDDisplayLibrary : private VendorLibrary {
+class AMDDisplayLibrary : public VendorLibrary {
  public:
   static constexpr const char* kFileName = "atiadlxx.dll";
 
-  AMDDisplayLibrary() = default;
+  AMDDisplayLibrary();
   /// Where the library loaded but would not start, it stays loaded for the life of the process.
   ~AMDDisplayLibrary();
 
@@ -30,10 +31,6 @@ class AMDDisplayLibrary : private VendorLibrary {
   /// unknown where the text holds none.
   bool GetDriverVersion(std::string& version, std::int32_t& major, std::int32_t& minor);
 
-  /// See VendorLibrary.
-  LibraryInspection Inspect() { return VendorLibrary::Inspect(kFileName); }
-  using VendorLibrary::StartStatus;
-
   Entry<int(ADL_MAIN_MALLOC_CALLBACK* allocate, int connected_adapters_only)> ADL_Main_Control_Create{
       *this, "ADL_Main_Control_Create"};
   Entry<int()> ADL_Main_Control_Destroy{*this, "ADL_Main_Control_Destroy"};
@@ -46,16 +43,16 @@ class AMDDisplayLibrary : private VendorLibrary {
 
  private:
   bool ReadAdapters(std::vector<AdapterInfo>& adapters, int& primary_adapter);
-  FlatBuffers::AMDDLGPUT MakeGPU(const AdapterInfo& adapter, int primary_adapter) const;
-  FlatBuffers::GPUType ReadGPUType(int adapter) const;
+  FlatBuffers::AMDDLGPUT MakeGPU(const AdapterInfo& adapter, int primary_adapter);
+  FlatBuffers::GPUType ReadGPUType(int adapter);
 
   bool m_initialized = false;
 };
 
 /// The GPUs of the AMD Display Library; none where it is not installed.
-std::vector<FlatBuffers::AMDDLGPUT> GetAMDDLGPUs();
+Answer<FlatBuffers::AMDDLGPUT> GetAMDDLGPUs();
 
-/// See AMDDisplayLibrary::GetDriverVersion.
-bool GetAMDDriverVersion(std::string& version, std::int32_t& major, std::int32_t& minor);
+/// See AMDDisplayLibrary::GetDriverVersion. Calls that failed are added to the account.
+bool GetAMDDriverVersion(std::string& version, std::int32_t& major, std::int32_t& minor, Account& account);
 
 }  // namespace Vexil

@@ -1,4 +1,4 @@
-#include "Common/FormatSize.h"
+#include "Vexil/Common/FormatSize.h"
 
 #include <fmt/format.h>
 

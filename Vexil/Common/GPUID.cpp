@@ -1,4 +1,4 @@
-#include "Common/GPUID.h"
+#include "Vexil/Common/GPUID.h"
 
 #include <fmt/format.h>
 

@@ -54,7 +54,13 @@ class LogSilencer {
 #define VEXIL_LOG(level, ...) \
   (::Vexil::IsLogEnabled(level) ? ::Vexil::WriteLog(level, ::fmt::format(__VA_ARGS__), VEXIL_LOG_SITE) : void())
 
+// The same for a line that also goes into the account of the run: it is appended to `remarks`.
+#define VEXIL_LOG_AND_REMARK(level, remarks, ...) \
+  ((remarks).push_back(::fmt::format(__VA_ARGS__)), VEXIL_LOG(level, "{}", (remarks).back()))
+
 #define LOG_DEBUG(...) VEXIL_LOG(::Vexil::LogLevel::Debug, __VA_ARGS__)
 #define LOG_INFO(...) VEXIL_LOG(::Vexil::LogLevel::Info, __VA_ARGS__)
 #define LOG_WARN(...) VEXIL_LOG(::Vexil::LogLevel::Warn, __VA_ARGS__)
 #define LOG_ERROR(...) VEXIL_LOG(::Vexil::LogLevel::Error, __VA_ARGS__)
+#define LOG_WARN_AND_REMARK(...) VEXIL_LOG_AND_REMARK(::Vexil::LogLevel::Warn, __VA_ARGS__)
+#define LOG_ERROR_AND_REMARK(...) VEXIL_LOG_AND_REMARK(::Vexil::LogLevel::Error, __VA_ARGS__)

@@ -1,10 +1,10 @@
-#include "Common/Naming.h"
+#include "Vexil/Common/Naming.h"
 
 #include <algorithm>
 #include <initializer_list>
 
-#include "Common/Patterns.h"
-#include "Common/Text.h"
+#include "Vexil/Common/Patterns.h"
+#include "Vexil/Common/Text.h"
 
 namespace Vexil {
 

@@ -3,7 +3,7 @@
 #include <string>
 #include <string_view>
 
-#include "FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/FlatBuffers/DetectionResult_generated.h"
 
 namespace Vexil {
 
@@ -11,7 +11,7 @@ namespace Vexil {
 /// Never `Apple`.
 FlatBuffers::Vendor VendorFromText(std::string_view text);
 
-/// The vendor's PCI id as four upper-case hexadecimal digits; "FFFF", which is nobody's, where it has none.
+/// The vendor's PCI id as four upper-case hexadecimal digits; "FFFF" for those without one.
 std::string PCIVendorIDText(FlatBuffers::Vendor vendor);
 
 /// Without clock speed, trademark signs, core count and "CPU": "Intel Core i7-9700K".

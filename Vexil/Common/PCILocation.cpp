@@ -1,4 +1,4 @@
-#include "Common/PCILocation.h"
+#include "Vexil/Common/PCILocation.h"
 
 #include <fmt/format.h>
 

@@ -3,7 +3,7 @@
 #include <cstdint>
 #include <string>
 
-#include "Common/Unknown.h"
+#include "Vexil/Common/Unknown.h"
 
 namespace Vexil {
 

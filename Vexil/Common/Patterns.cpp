@@ -1,4 +1,4 @@
-#include "Common/Patterns.h"
+#include "Vexil/Common/Patterns.h"
 
 #include <algorithm>
 #include <charconv>

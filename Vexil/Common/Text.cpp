@@ -1,4 +1,4 @@
-#include "Common/Text.h"
+#include "Vexil/Common/Text.h"
 
 #include <algorithm>
 #include <cctype>

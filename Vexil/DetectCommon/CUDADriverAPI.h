@@ -2,7 +2,7 @@
 
 #include <cstddef>
 
-#include "Common/VendorLibrary.h"
+#include "Vexil/Platform/VendorLibrary.h"
 
 namespace Vexil {
 
@@ -18,17 +18,15 @@ enum CUdevice_attribute : int {
 };
 
 /// The CUDA Driver API, nvcuda.dll. It comes with NVIDIA's graphics driver.
-class CUDADriverAPI : private VendorLibrary {
+class CUDADriverAPI : public VendorLibrary {
  public:
   static constexpr const char* kFileName = "nvcuda.dll";
+
+  CUDADriverAPI();
 
   /// Loads the library and starts the driver. True when it is ready, also from an earlier call. A
   /// machine without the library or without a CUDA device is the normal case, and silent.
   bool Initialize();
-
-  /// See VendorLibrary.
-  LibraryInspection Inspect() { return VendorLibrary::Inspect(kFileName); }
-  using VendorLibrary::StartStatus;
 
   Entry<CUresult(unsigned flags)> cuInit{*this, "cuInit"};
   Entry<CUresult(int* count)> cuDeviceGetCount{*this, "cuDeviceGetCount"};

@@ -1,20 +1,20 @@
-#include "DetectCommon/IntelDriverVersion.h"
+#include "Vexil/DetectCommon/IntelDriverVersion.h"
 
-#include "Common/Patterns.h"
-#include "Common/Text.h"
-#include "DetectCommon/OpenCLLibrary.h"
+#include "Vexil/Common/Patterns.h"
+#include "Vexil/Common/Text.h"
+#include "Vexil/DetectCommon/OpenCLLibrary.h"
 
 namespace Vexil {
+namespace {
 
-bool GetIntelDriverVersion(std::string& version, std::vector<std::int32_t>& numbers) {
-  version.clear();
-  numbers.clear();
-  OpenCLLibrary opencl;
+constexpr const char* kFields = "intel_driver_version, intel_driver_version_parts";
+
+bool FindIntelVersion(OpenCLLibrary& opencl, std::string& version, std::vector<std::int32_t>& numbers) {
   if (!opencl.Initialize()) return false;
   for (cl_platform_id platform : opencl.GetPlatforms()) {
-    if (!ContainsNoCase(opencl.GetPlatformInfoString(platform, CL_PLATFORM_NAME), "Intel")) continue;
+    if (!ContainsNoCase(opencl.GetPlatformInfoString(platform, CL_PLATFORM_NAME, kFields), "Intel")) continue;
     for (cl_device_id device : opencl.GetDevices(platform)) {
-      version = opencl.GetDeviceInfoString(device, CL_DRIVER_VERSION);
+      version = opencl.GetDeviceInfoString(device, CL_DRIVER_VERSION, kFields);
       if (const auto parts = FindVersion(version, 4)) {
         numbers = *parts;
         return true;
@@ -22,6 +22,17 @@ bool GetIntelDriverVersion(std::string& version, std::vector<std::int32_t>& numb
     }
   }
   return false;
+}
+
+}  // namespace
+
+bool GetIntelDriverVersion(std::string& version, std::vector<std::int32_t>& numbers, Account& account) {
+  version.clear();
+  numbers.clear();
+  OpenCLLibrary opencl;
+  const bool told = FindIntelVersion(opencl, version, numbers);
+  if (!told) account.Append(opencl.TheAccount(), kFields);
+  return told;
 }
 
 }  // namespace Vexil

@@ -1,14 +1,14 @@
-#include "DetectCommon/OpenCLDetector.h"
+#include "Vexil/DetectCommon/OpenCLDetector.h"
 
 #include <algorithm>
 #include <string>
 
-#include "Common/Limits.h"
-#include "Common/Naming.h"
-#include "Common/Patterns.h"
-#include "Common/Text.h"
-#include "Common/Unknown.h"
-#include "DetectCommon/OpenCLLibrary.h"
+#include "Vexil/Common/Limits.h"
+#include "Vexil/Common/Naming.h"
+#include "Vexil/Common/Patterns.h"
+#include "Vexil/Common/Text.h"
+#include "Vexil/Common/Unknown.h"
+#include "Vexil/DetectCommon/OpenCLLibrary.h"
 
 namespace Vexil {
 
@@ -26,6 +26,8 @@ constexpr cl_device_info kGlobalFreeMemoryAMD = 0x4039;
 constexpr cl_device_info kNumP2PDevicesAMD = 0x4088;
 constexpr cl_device_info kP2PDevicesAMD = 0x4089;
 
+constexpr const char* kPCILocation = "pci_bus, pci_device";
+
 constexpr const char* kNVAttributeQuery = "cl_nv_device_attribute_query";
 constexpr const char* kAMDAttributeQuery = "cl_amd_device_attribute_query";
 
@@ -39,59 +41,66 @@ struct TopologyAMD {
 static_assert(sizeof(TopologyAMD) == 24);
 constexpr cl_uint kTopologyTypePCIe = 1;
 
-void GetNVPCIInfo(const OpenCLLibrary& opencl, cl_device_id device, OpenCLGPUT& gpu) {
+void GetNVPCIInfo(OpenCLLibrary& opencl, cl_device_id device, OpenCLGPUT& gpu) {
   cl_uint bus = 0;
   cl_uint slot = 0;
-  if (!opencl.GetDeviceInfo(device, kPCIBusIDNV, bus) || !opencl.GetDeviceInfo(device, kPCISlotIDNV, slot)) return;
+  if (!opencl.GetDeviceInfo(kPCILocation, device, kPCIBusIDNV, bus) ||
+      !opencl.GetDeviceInfo(kPCILocation, device, kPCISlotIDNV, slot)) {
+    return;
+  }
   gpu.pci_bus = ToField(bus);
   gpu.pci_device = ToField(slot);
 }
 
-void GetAMDPCIInfo(const OpenCLLibrary& opencl, cl_device_id device, OpenCLGPUT& gpu) {
+void GetAMDPCIInfo(OpenCLLibrary& opencl, cl_device_id device, OpenCLGPUT& gpu) {
   TopologyAMD topology = {};
-  if (!opencl.GetDeviceInfo(device, kTopologyAMD, topology) || topology.type != kTopologyTypePCIe) return;
+  if (!opencl.GetDeviceInfo(kPCILocation, device, kTopologyAMD, topology)) return;
+  if (topology.type != kTopologyTypePCIe) return;
   gpu.pci_bus = topology.bus;
   gpu.pci_device = topology.device;
 }
 
 /// The name on the box; the device's own name is that of its chip.
-std::string GetAMDBoardName(const OpenCLLibrary& opencl, cl_device_id device) {
-  if (!opencl.HasExtension(device, kAMDAttributeQuery)) return {};
+std::string GetAMDBoardName(OpenCLLibrary& opencl, cl_device_id device) {
+  constexpr const char* kField = "name (the board's)";
+  if (!opencl.HasExtension(device, kAMDAttributeQuery, kField)) return {};
   char name[4096] = {};
-  return opencl.GetDeviceInfo(device, kBoardNameAMD, name) ? CleanGPUName(TextInBuffer(name), Vendor::AMD)
-                                                           : std::string();
+  return opencl.GetDeviceInfo(kField, device, kBoardNameAMD, name) ? CleanGPUName(TextInBuffer(name), Vendor::AMD)
+                                                                   : std::string();
 }
 
-std::vector<std::uint64_t> GetAMDP2PDevices(const OpenCLLibrary& opencl, cl_device_id device) {
-  if (!opencl.HasExtension(device, "cl_amd_copy_buffer_p2p")) return {};
+std::vector<std::uint64_t> GetAMDP2PDevices(OpenCLLibrary& opencl, cl_device_id device) {
+  if (!opencl.HasExtension(device, "cl_amd_copy_buffer_p2p", "peers")) return {};
   std::uint64_t count = 0;
-  if (!opencl.GetDeviceInfo(device, kNumP2PDevicesAMD, count) || count == 0) return {};
+  if (!opencl.GetDeviceInfo("peers", device, kNumP2PDevicesAMD, count) || count == 0) return {};
   std::vector<cl_device_id> peers(static_cast<std::size_t>(std::min<std::uint64_t>(count, kMaxItems)), nullptr);
   const std::size_t size = peers.size() * sizeof(cl_device_id);
-  if (opencl.clGetDeviceInfo(device, kP2PDevicesAMD, size, peers.data(), nullptr) != CL_SUCCESS) return {};
+  if (!opencl.Tells("peers", opencl.clGetDeviceInfo, device, kP2PDevicesAMD, size, peers.data(), nullptr)) return {};
   peers.erase(std::remove(peers.begin(), peers.end(), nullptr), peers.end());
   std::vector<std::uint64_t> handles(peers.size());
   std::transform(peers.begin(), peers.end(), handles.begin(), FromHandle<cl_device_id>);
   return handles;
 }
 
-void ReadVersion(const OpenCLLibrary& opencl, cl_platform_id platform, OpenCLGPUT& gpu) {
-  const auto version = FindVersion(opencl.GetPlatformInfoString(platform, CL_PLATFORM_VERSION), 2, "OpenCL ");
+void ReadVersion(OpenCLLibrary& opencl, cl_platform_id platform, OpenCLGPUT& gpu) {
+  const std::string text = opencl.GetPlatformInfoString(platform, CL_PLATFORM_VERSION, "version_major, version_minor");
+  const auto version = FindVersion(text, 2, "OpenCL ");
   if (!version) return;
   gpu.version_major = version->at(0);
   gpu.version_minor = version->at(1);
 }
 
-std::int32_t ReadMemoryMiB(const OpenCLLibrary& opencl, cl_device_id device) {
+std::int32_t ReadMemoryMiB(OpenCLLibrary& opencl, cl_device_id device) {
   cl_ulong bytes = 0;
-  const bool known = opencl.GetDeviceInfo(device, CL_DEVICE_GLOBAL_MEM_SIZE, bytes);
+  const bool known = opencl.GetDeviceInfo("memory_mib", device, CL_DEVICE_GLOBAL_MEM_SIZE, bytes);
   const std::int32_t mib = known ? BytesToMiB(bytes) : 0;
   return mib != 0 ? mib : kUnknown;
 }
 
-bool ReadHostUnifiedMemory(const OpenCLLibrary& opencl, cl_device_id device) {
+bool ReadHostUnifiedMemory(OpenCLLibrary& opencl, cl_device_id device) {
   cl_bool unified = CL_FALSE;
-  return opencl.GetDeviceInfo(device, CL_DEVICE_HOST_UNIFIED_MEMORY, unified) && unified != CL_FALSE;
+  return opencl.GetDeviceInfo("host_unified_memory", device, CL_DEVICE_HOST_UNIFIED_MEMORY, unified) &&
+         unified != CL_FALSE;
 }
 
 Vendor DeviceVendor(const OpenCLGPUT& gpu) {
@@ -103,7 +112,7 @@ bool IsSoftwareDevice(const OpenCLGPUT& gpu) {
   return ContainsNoCase(gpu.platform_name, "OpenCLOn12") || ContainsNoCase(gpu.name, "Microsoft Basic Render Driver");
 }
 
-void ReadPCILocation(const OpenCLLibrary& opencl, cl_device_id device, OpenCLGPUT& gpu) {
+void ReadPCILocation(OpenCLLibrary& opencl, cl_device_id device, OpenCLGPUT& gpu) {
   if (gpu.nv_attribute_query) {
     GetNVPCIInfo(opencl, device, gpu);
   } else if (gpu.amd_attribute_query) {
@@ -114,21 +123,22 @@ void ReadPCILocation(const OpenCLLibrary& opencl, cl_device_id device, OpenCLGPU
 }
 
 /// False for a device that is no GPU.
-bool ReadDevice(const OpenCLLibrary& opencl, cl_platform_id platform, cl_device_id device, bool has_siblings,
+bool ReadDevice(OpenCLLibrary& opencl, cl_platform_id platform, cl_device_id device, bool has_siblings,
                 OpenCLGPUT& gpu) {
   gpu.device_id = FromHandle(device);
   gpu.platform_id = FromHandle(platform);
-  gpu.platform_name = opencl.GetPlatformInfoString(platform, CL_PLATFORM_NAME);
-  gpu.vendor = opencl.GetDeviceInfoString(device, CL_DEVICE_VENDOR);
-  gpu.name = opencl.GetDeviceInfoString(device, CL_DEVICE_NAME);
+  gpu.platform_name = opencl.GetPlatformInfoString(platform, CL_PLATFORM_NAME, "platform_name");
+  gpu.vendor = opencl.GetDeviceInfoString(device, CL_DEVICE_VENDOR, "vendor");
+  gpu.name = opencl.GetDeviceInfoString(device, CL_DEVICE_NAME, "name");
   gpu.memory_mib = ReadMemoryMiB(opencl, device);
-  gpu.driver_version = opencl.GetDeviceInfoString(device, CL_DRIVER_VERSION);
+  gpu.driver_version = opencl.GetDeviceInfoString(device, CL_DRIVER_VERSION, "driver_version");
   gpu.host_unified_memory = ReadHostUnifiedMemory(opencl, device);
   if (IsSoftwareDevice(gpu)) return false;
 
   ReadVersion(opencl, platform, gpu);
   const Vendor vendor = DeviceVendor(gpu);
-  const std::string extensions = opencl.GetDeviceInfoString(device, CL_DEVICE_EXTENSIONS);
+  const std::string extensions = opencl.GetDeviceInfoString(
+      device, CL_DEVICE_EXTENSIONS, "nv_attribute_query, amd_attribute_query, pci_bus, pci_device");
   gpu.nv_attribute_query = ContainsNoCase(extensions, kNVAttributeQuery);
   gpu.amd_attribute_query = ContainsNoCase(extensions, kAMDAttributeQuery);
   ReadPCILocation(opencl, device, gpu);
@@ -136,20 +146,25 @@ bool ReadDevice(const OpenCLLibrary& opencl, cl_platform_id platform, cl_device_
   return true;
 }
 
-}  // namespace
-
-std::vector<OpenCLGPUT> GetOpenCLGPUs() {
-  OpenCLLibrary opencl;
+std::vector<OpenCLGPUT> ReadGPUs(OpenCLLibrary& opencl) {
   if (!opencl.Initialize()) return {};
   std::vector<OpenCLGPUT> gpus;
   for (cl_platform_id platform : opencl.GetPlatforms()) {
     const auto devices = opencl.GetDevices(platform);
-    for (cl_device_id device : devices) {
+    for (std::size_t index = 0; index < devices.size(); ++index) {
+      opencl.About(platform, index);
       OpenCLGPUT gpu;
-      if (ReadDevice(opencl, platform, device, devices.size() >= 2, gpu)) gpus.push_back(std::move(gpu));
+      if (ReadDevice(opencl, platform, devices[index], devices.size() >= 2, gpu)) gpus.push_back(std::move(gpu));
     }
   }
   return gpus;
+}
+
+}  // namespace
+
+Answer<OpenCLGPUT> GetOpenCLGPUs() {
+  OpenCLLibrary opencl;
+  return {ReadGPUs(opencl), opencl.TheAccount()};
 }
 
 bool GetAMDDeviceMemoryInfo(std::uint64_t device, std::uint64_t& available, std::uint64_t& total) {
@@ -159,8 +174,9 @@ bool GetAMDDeviceMemoryInfo(std::uint64_t device, std::uint64_t& available, std:
   if (device == 0 || !opencl.Initialize()) return false;
   cl_ulong free_kilobytes[2] = {};
   cl_ulong bytes = 0;
-  const bool free_known = opencl.GetDeviceInfo(ToDevice(device), kGlobalFreeMemoryAMD, free_kilobytes);
-  const bool total_known = opencl.GetDeviceInfo(ToDevice(device), CL_DEVICE_GLOBAL_MEM_SIZE, bytes);
+  constexpr const char* kLiveFigures = "memory";
+  const bool free_known = opencl.GetDeviceInfo(kLiveFigures, ToDevice(device), kGlobalFreeMemoryAMD, free_kilobytes);
+  const bool total_known = opencl.GetDeviceInfo(kLiveFigures, ToDevice(device), CL_DEVICE_GLOBAL_MEM_SIZE, bytes);
   if (!free_known || !total_known) return false;
   total = bytes;
   // Kilobytes of 1000 bytes, as for NVAPI. Absurd counts are cut off before they overflow.

@@ -1,14 +1,13 @@
 #pragma once
 
 #include <cstdint>
-#include <vector>
-
-#include "FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/Common/Account.h"
+#include "Vexil/FlatBuffers/DetectionResult_generated.h"
 
 namespace Vexil {
 
 /// The GPU devices of every OpenCL platform; none where OpenCL is not installed.
-std::vector<FlatBuffers::OpenCLGPUT> GetOpenCLGPUs();
+Answer<FlatBuffers::OpenCLGPUT> GetOpenCLGPUs();
 
 /// The memory of an AMD device at this moment, in bytes. Both are 0 where the result is false.
 bool GetAMDDeviceMemoryInfo(std::uint64_t device, std::uint64_t& available, std::uint64_t& total);

@@ -8,44 +8,44 @@
 #define CL_TARGET_OPENCL_VERSION 300
 #include <CL/cl.h>
 
-#include "Common/VendorLibrary.h"
-#include "FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/Platform/VendorLibrary.h"
 
 namespace Vexil {
 
 /// OpenCL's loader, OpenCL.dll. Once loaded it stays for the life of the process, because hosts are
 /// given platform and device handles that point into it.
-class OpenCLLibrary : private VendorLibrary {
+class OpenCLLibrary : public VendorLibrary {
  public:
   static constexpr const char* kFileName = "OpenCL.dll";
+
+  OpenCLLibrary();
 
   /// Loads the library. True when it is there with all entry points.
   bool Initialize();
 
   /// The platforms that have a GPU, without those that only translate to Direct3D 12.
-  std::vector<cl_platform_id> GetPlatforms() const;
+  std::vector<cl_platform_id> GetPlatforms();
   /// The GPUs of a platform.
-  std::vector<cl_device_id> GetDevices(cl_platform_id platform) const;
+  std::vector<cl_device_id> GetDevices(cl_platform_id platform);
 
-  /// One text, trimmed; empty where it cannot be read.
-  std::string GetPlatformInfoString(cl_platform_id platform, cl_platform_info parameter) const;
-  std::string GetDeviceInfoString(cl_device_id device, cl_device_info parameter) const;
+  // One text, trimmed; empty where it cannot be read. Failures are noted where the text fills fields of a record.
+
+  std::string GetPlatformInfoString(cl_platform_id platform, cl_platform_info parameter, const char* fields = nullptr);
+  std::string GetDeviceInfoString(cl_device_id device, cl_device_info parameter, const char* fields = nullptr);
 
   /// One answer of fixed size. False where it cannot be read.
   template <typename Value>
-  bool GetDeviceInfo(cl_device_id device, cl_device_info parameter, Value& value) const {
-    return clGetDeviceInfo(device, parameter, sizeof(value), &value, nullptr) == CL_SUCCESS;
+  bool GetDeviceInfo(const char* fields, cl_device_id device, cl_device_info parameter, Value& value) {
+    return Tells(fields, clGetDeviceInfo, device, parameter, sizeof(value), &value, nullptr);
   }
 
-  /// Letter case is ignored.
-  bool HasExtension(cl_device_id device, const char* name) const;
-  bool HasExtension(cl_platform_id platform, const char* name) const;
+  /// Letter case is ignored. Where the list of extensions cannot be read, `fields` stay unknown.
+  bool HasExtension(cl_device_id device, const char* name, const char* fields);
+  bool HasExtension(cl_platform_id platform, const char* name, const char* fields);
 
-  /// From the platform's name.
-  FlatBuffers::Vendor PlatformVendor(cl_platform_id platform) const;
-
-  /// See VendorLibrary.
-  LibraryInspection Inspect() { return VendorLibrary::Inspect(kFileName); }
+  /// From the platform's name, without which `fields` stay unknown.
+  FlatBuffers::Vendor PlatformVendor(cl_platform_id platform, const char* fields);
 
   Entry<cl_int(cl_uint, cl_platform_id*, cl_uint*)> clGetPlatformIDs{*this, "clGetPlatformIDs"};
   Entry<cl_int(cl_platform_id, cl_platform_info, std::size_t, void*, std::size_t*)> clGetPlatformInfo{
@@ -57,8 +57,19 @@ class OpenCLLibrary : private VendorLibrary {
   Entry<void*(cl_platform_id, const char*)> clGetExtensionFunctionAddressForPlatform{
       *this, "clGetExtensionFunctionAddressForPlatform"};
 
+  /// What is noted from now on is about this platform, or about one of its devices.
+  void About(cl_platform_id platform, std::optional<std::size_t> device = {});
+
  private:
-  bool IsTranslationLayer(cl_platform_id platform) const;
+  bool HasGPU(cl_platform_id platform);
+  void NoteDeviceList(cl_platform_id platform, cl_int status);
+  bool IsTranslationLayer(cl_platform_id platform);
+
+  template <typename Query, typename Object>
+  std::string QueryText(const Query& query, Object object, cl_uint parameter, const char* fields);
+
+  /// In the loader's order.
+  std::vector<cl_platform_id> m_all_platforms;
 };
 
 /// Handles as records hold them, and back.
@@ -69,5 +80,8 @@ std::uint64_t FromHandle(Handle handle) {
 inline cl_device_id ToDevice(std::uint64_t device) {
   return reinterpret_cast<cl_device_id>(static_cast<std::uintptr_t>(device));
 }
+
+/// OpenCL's names of its status numbers.
+std::span<const StatusName> OpenCLStatusNames();
 
 }  // namespace Vexil

@@ -1,12 +1,11 @@
 #pragma once
 
-#include <vector>
-
-#include "FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/Common/Account.h"
+#include "Vexil/FlatBuffers/DetectionResult_generated.h"
 
 namespace Vexil {
 
 /// The hardware adapters of DXGI, without Microsoft's own, each with its outputs and monitors.
-std::vector<FlatBuffers::DirectXGPUT> GetDirectXGPUs();
+Answer<FlatBuffers::DirectXGPUT> GetDirectXGPUs();
 
 }  // namespace Vexil

@@ -1,8 +1,8 @@
-#include "DetectGPUWindows/MainDisplayFixes.h"
+#include "Vexil/DetectGPUWindows/MainDisplayFixes.h"
 
 #include <algorithm>
 
-#include "Common/Log.h"
+#include "Vexil/Common/Log.h"
 
 namespace Vexil {
 

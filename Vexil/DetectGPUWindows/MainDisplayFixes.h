@@ -3,7 +3,7 @@
 #include <cstddef>
 #include <vector>
 
-#include "FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/FlatBuffers/DetectionResult_generated.h"
 
 namespace Vexil {
 

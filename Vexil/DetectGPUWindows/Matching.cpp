@@ -1,15 +1,15 @@
-#include "DetectGPUWindows/Matching.h"
+#include "Vexil/DetectGPUWindows/Matching.h"
 
 #include <fmt/format.h>
 
 #include <algorithm>
 #include <memory>
 
-#include "Common/GPUID.h"
-#include "Common/Log.h"
-#include "Common/Naming.h"
-#include "Common/PCILocation.h"
-#include "DetectGPUWindows/MainDisplayFixes.h"
+#include "Vexil/Common/GPUID.h"
+#include "Vexil/Common/Log.h"
+#include "Vexil/Common/Naming.h"
+#include "Vexil/Common/PCILocation.h"
+#include "Vexil/DetectGPUWindows/MainDisplayFixes.h"
 
 namespace Vexil {
 
@@ -25,7 +25,7 @@ using FlatBuffers::Vendor;
 
 namespace {
 
-/// The first record at this bus and device; null where there is none.
+/// The first record at this bus and device, also where both are unknown; null where there is none.
 template <typename Record>
 std::shared_ptr<Record> FindAt(const std::vector<std::shared_ptr<Record>>& records, std::int32_t bus,
                                std::int32_t device) {

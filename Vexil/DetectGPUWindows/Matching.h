@@ -2,7 +2,7 @@
 
 #include <vector>
 
-#include "FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/FlatBuffers/DetectionResult_generated.h"
 
 namespace Vexil {
 

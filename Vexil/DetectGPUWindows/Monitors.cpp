@@ -1,14 +1,14 @@
-#include "DetectGPUWindows/Monitors.h"
+#include "Vexil/DetectGPUWindows/Monitors.h"
 
-#include "Common/Limits.h"
-#include "Common/Patterns.h"
-#include "Common/Unknown.h"
-#include "Windows/DisplayDevices.h"
+#include "Vexil/Common/Limits.h"
+#include "Vexil/Common/Patterns.h"
+#include "Vexil/Common/Unknown.h"
+#include "Vexil/Platform/DisplayDevices.h"
 
 namespace Vexil {
 
 void AddMonitorsOn(const std::string& output_name, bool is_main,
-                   std::vector<std::shared_ptr<FlatBuffers::MonitorT>>& monitors) {
+                   std::vector<std::shared_ptr<FlatBuffers::MonitorT>>& monitors, Account& account) {
   // Without a name Windows would list the adapters instead.
   if (output_name.empty()) return;
   for (std::uint32_t index = 0; index < kMaxItems; ++index) {
@@ -19,6 +19,8 @@ void AddMonitorsOn(const std::string& output_name, bool is_main,
       monitor->width = ToField(mode->width);
       monitor->height = ToField(mode->height);
       monitor->refresh_rate = ToField(mode->refresh_rate);
+    } else {
+      account.Miss("width, height, refresh_rate", "EnumDisplaySettingsA " + output_name);
     }
     monitor->name = device->description;
     monitor->is_main = is_main;

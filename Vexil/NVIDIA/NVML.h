@@ -2,14 +2,17 @@
 
 #include <vector>
 
-#include "Common/VendorLibrary.h"
-#include "FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/Common/Account.h"
+#include "Vexil/FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/Platform/VendorLibrary.h"
 
 namespace Vexil {
 
 using nvmlReturn_t = int;
 using nvmlDevice_t = struct nvmlDevice_st*;
 inline constexpr nvmlReturn_t NVML_SUCCESS = 0;
+inline constexpr nvmlReturn_t NVML_ERROR_INVALID_ARGUMENT = 2;
+inline constexpr nvmlReturn_t NVML_ERROR_NOT_SUPPORTED = 3;
 
 struct nvmlPciInfo_t {
   char busIdLegacy[16];
@@ -23,11 +26,11 @@ struct nvmlPciInfo_t {
 static_assert(sizeof(nvmlPciInfo_t) == 68);
 
 /// The NVIDIA Management Library, nvml.dll. It alone knows PCI Express generations and NVLinks.
-class NVML : private VendorLibrary {
+class NVML : public VendorLibrary {
  public:
   static constexpr const char* kFileName = "nvml.dll";
 
-  NVML() = default;
+  NVML();
   ~NVML();
 
   /// Loads the library and starts it. True when it is ready, also from an earlier call.
@@ -37,12 +40,15 @@ class NVML : private VendorLibrary {
   /// True when the call that did `step` succeeded; otherwise logs the failure.
   bool Success(nvmlReturn_t result, const char* step) const;
 
+  /// Calls an entry point that fills `fields`; notes and logs where it fails.
+  template <typename EntryPoint, typename... Arguments>
+  bool Tells(const char* step, const char* fields, const EntryPoint& entry_point, Arguments... arguments) {
+    VendorLibrary::Tells(fields, entry_point, arguments...);
+    return Success(LastStatus(), step);
+  }
+
   /// One record per device whose PCI location could be read.
   std::vector<FlatBuffers::NVMLGPUT> GetGPUs();
-
-  /// See VendorLibrary.
-  LibraryInspection Inspect() { return VendorLibrary::Inspect(kFileName); }
-  using VendorLibrary::StartStatus;
 
   Entry<nvmlReturn_t()> nvmlInit{*this, "nvmlInit_v2"};
   Entry<nvmlReturn_t()> nvmlShutdown{*this, "nvmlShutdown"};
@@ -67,10 +73,10 @@ class NVML : private VendorLibrary {
       *this, "nvmlDeviceGetVbiosVersion", Need::Optional};
 
  private:
-  bool ReadPCILocation(nvmlDevice_t device, FlatBuffers::NVMLGPUT& gpu) const;
-  void ReadPCIExpressLink(nvmlDevice_t device, FlatBuffers::NVMLGPUT& gpu) const;
-  void ReadNvLinks(nvmlDevice_t device, FlatBuffers::NVMLGPUT& gpu) const;
-  void ReadVBIOSVersion(nvmlDevice_t device, FlatBuffers::NVMLGPUT& gpu) const;
+  bool ReadPCILocation(nvmlDevice_t device, FlatBuffers::NVMLGPUT& gpu);
+  void ReadPCIExpressLink(nvmlDevice_t device, FlatBuffers::NVMLGPUT& gpu);
+  void ReadNvLinks(nvmlDevice_t device, FlatBuffers::NVMLGPUT& gpu);
+  void ReadVBIOSVersion(nvmlDevice_t device, FlatBuffers::NVMLGPUT& gpu);
   void ShutDown();
 
   // True from the start, so that a library that could not be started is shut down all the same.
@@ -78,6 +84,6 @@ class NVML : private VendorLibrary {
 };
 
 /// The devices of NVML; none where it is not installed.
-std::vector<FlatBuffers::NVMLGPUT> GetNVMLGPUs();
+Answer<FlatBuffers::NVMLGPUT> GetNVMLGPUs();
 
 }  // namespace Vexil

@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "NVIDIA/NvAPILoader.h"
+#include "Vexil/NVIDIA/NvAPILoader.h"
 
 namespace Vexil {
 
@@ -71,26 +71,5 @@ inline constexpr NvAPIFunction<NvPhysicalGpuHandle, NvU32*> NvAPI_GPU_GetGPUType
 // Hosts ask for live memory at any time, long after the detection that had NVAPI up is over.
 inline constexpr NvAPIFunction<NvPhysicalGpuHandle, NV_DISPLAY_DRIVER_MEMORY_INFO_V3*> NvAPI_GPU_GetMemoryInfo{
     {"NvAPI_GPU_GetMemoryInfo", 0x07F9B368}, WhenDown::BringUp};
-
-/// Every function that this library calls.
-inline constexpr const NvAPIEntry* kNvAPIEntries[] = {&kNvAPIInitialize,
-                                                      &kNvAPIUnload,
-                                                      &NvAPI_SYS_GetDriverAndBranchVersion,
-                                                      &NvAPI_EnumPhysicalGPUs,
-                                                      &NvAPI_EnumNvidiaDisplayHandle,
-                                                      &NvAPI_GetAssociatedNvidiaDisplayName,
-                                                      &NvAPI_GetPhysicalGPUsFromDisplay,
-                                                      &NvAPI_EnumNvidiaUnAttachedDisplayHandle,
-                                                      &NvAPI_GetUnAttachedAssociatedDisplayName,
-                                                      &NvAPI_GetPhysicalGPUFromUnAttachedDisplay,
-                                                      &NvAPI_GPU_GetFullName,
-                                                      &NvAPI_GPU_GetVbiosVersionString,
-                                                      &NvAPI_GPU_GetBusId,
-                                                      &NvAPI_GPU_GetBusSlotId,
-                                                      &NvAPI_GPU_GetPCIIdentifiers,
-                                                      &NvAPI_GPU_GetCurrentPCIEDownstreamWidth,
-                                                      &NvAPI_GPU_GetSystemType,
-                                                      &NvAPI_GPU_GetGPUType,
-                                                      &NvAPI_GPU_GetMemoryInfo};
 
 }  // namespace Vexil

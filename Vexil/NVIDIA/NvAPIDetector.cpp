@@ -1,13 +1,13 @@
-#include "NVIDIA/NvAPIDetector.h"
+#include "Vexil/NVIDIA/NvAPIDetector.h"
 
 #include <algorithm>
 #include <string>
 
-#include "Common/InsertionOrderedMap.h"
-#include "Common/Limits.h"
-#include "Common/Text.h"
-#include "Common/Unknown.h"
-#include "NVIDIA/NvAPI.h"
+#include "Vexil/Common/InsertionOrderedMap.h"
+#include "Vexil/Common/Limits.h"
+#include "Vexil/Common/Text.h"
+#include "Vexil/Common/Unknown.h"
+#include "Vexil/NVIDIA/NvAPI.h"
 
 namespace Vexil {
 
@@ -16,10 +16,12 @@ using FlatBuffers::NvAPIGPUT;
 
 namespace {
 
+constexpr const char* kDisplays = "display_names";
+
 /// NVAPI, up as long as this lives.
 class NvAPISession {
  public:
-  NvAPISession() = default;
+  explicit NvAPISession(Account& account) : m_up(NvAPI_Initialize(account) == NVAPI_OK) {}
   ~NvAPISession() {
     if (m_up) NvAPI_Unload();
   }
@@ -29,7 +31,7 @@ class NvAPISession {
   bool IsUp() const { return m_up; }
 
  private:
-  bool m_up = NvAPI_Initialize() == NVAPI_OK;
+  bool m_up;
 };
 
 /// Which displays hang off which GPU; each name once.
@@ -46,28 +48,37 @@ class DisplayTable {
 };
 
 template <typename Handle, typename Query>
-bool ReadText(const Query& query, Handle handle, std::string& text) {
+bool ReadText(Account& account, const char* field, const Query& query, Handle handle, std::string& text) {
   NvAPI_ShortString buffer = {};
-  if (query(handle, buffer) != NVAPI_OK) return false;
+  if (!query.Tells(account, field, handle, buffer)) return false;
   text = TextInBuffer(buffer);
   return true;
 }
 
 template <typename Query>
-void ReadNumber(const Query& query, NvPhysicalGpuHandle gpu, std::int32_t& field) {
+void ReadNumber(Account& account, const char* name, const Query& query, NvPhysicalGpuHandle gpu, std::int32_t& field) {
   NvU32 value = 0;
-  if (query(gpu, &value) == NVAPI_OK) field = ToField(value);
+  if (query.Tells(account, name, gpu, &value)) field = ToField(value);
 }
 
-void AddAttachedDisplays(DisplayTable& displays) {
+/// False behind the last display, and where NVAPI fails.
+template <typename Handle>
+bool GetDisplay(Account& account, const NvAPIFunction<NvU32, Handle*>& query, NvU32 index, Handle& display) {
+  const NvAPI_Status status = query(index, &display);
+  if (status != NVAPI_OK && status != NVAPI_END_ENUMERATION) query.NoteFailure(account, status, kDisplays);
+  return status == NVAPI_OK;
+}
+
+void AddAttachedDisplays(Account& account, DisplayTable& displays) {
   for (NvU32 index = 0; index < kMaxItems; ++index) {
+    account.About("display", index);
     NvDisplayHandle display = nullptr;
-    if (NvAPI_EnumNvidiaDisplayHandle(index, &display) != NVAPI_OK) return;
+    if (!GetDisplay(account, NvAPI_EnumNvidiaDisplayHandle, index, display)) return;
     std::string name;
     NvPhysicalGpuHandle gpus[NVAPI_MAX_PHYSICAL_GPUS] = {};
     NvU32 count = 0;
-    if (!ReadText(NvAPI_GetAssociatedNvidiaDisplayName, display, name) ||
-        NvAPI_GetPhysicalGPUsFromDisplay(display, gpus, &count) != NVAPI_OK) {
+    if (!ReadText(account, kDisplays, NvAPI_GetAssociatedNvidiaDisplayName, display, name) ||
+        !NvAPI_GetPhysicalGPUsFromDisplay.Tells(account, kDisplays, display, gpus, &count)) {
       continue;
     }
     std::for_each_n(gpus, std::min(count, NVAPI_MAX_PHYSICAL_GPUS),
@@ -75,22 +86,23 @@ void AddAttachedDisplays(DisplayTable& displays) {
   }
 }
 
-void AddUnattachedDisplays(DisplayTable& displays) {
+void AddUnattachedDisplays(Account& account, DisplayTable& displays) {
   for (NvU32 index = 0; index < kMaxItems; ++index) {
+    account.About("unattached display", index);
     NvUnAttachedDisplayHandle display = nullptr;
-    if (NvAPI_EnumNvidiaUnAttachedDisplayHandle(index, &display) != NVAPI_OK) return;
+    if (!GetDisplay(account, NvAPI_EnumNvidiaUnAttachedDisplayHandle, index, display)) return;
     std::string name;
     NvPhysicalGpuHandle gpu = nullptr;
-    if (ReadText(NvAPI_GetUnAttachedAssociatedDisplayName, display, name) &&
-        NvAPI_GetPhysicalGPUFromUnAttachedDisplay(display, &gpu) == NVAPI_OK) {
+    if (ReadText(account, kDisplays, NvAPI_GetUnAttachedAssociatedDisplayName, display, name) &&
+        NvAPI_GetPhysicalGPUFromUnAttachedDisplay.Tells(account, kDisplays, display, &gpu)) {
       displays.Add(gpu, name);
     }
   }
 }
 
-GPUType ReadGPUType(NvPhysicalGpuHandle handle) {
+GPUType ReadGPUType(Account& account, NvPhysicalGpuHandle handle) {
   NvU32 type = 0;
-  if (NvAPI_GPU_GetGPUType(handle, &type) != NVAPI_OK) return GPUType::Unknown;
+  if (!NvAPI_GPU_GetGPUType.Tells(account, "type", handle, &type)) return GPUType::Unknown;
   switch (type) {
     case NV_SYSTEM_TYPE_IGPU: return GPUType::Integrated;
     case NV_SYSTEM_TYPE_DGPU: return GPUType::Discrete;
@@ -98,50 +110,59 @@ GPUType ReadGPUType(NvPhysicalGpuHandle handle) {
   }
 }
 
-NvAPIGPUT ReadGPU(NvPhysicalGpuHandle handle) {
+NvAPIGPUT ReadGPU(Account& account, NvPhysicalGpuHandle handle) {
   NvAPIGPUT gpu;
   gpu.handle = reinterpret_cast<std::uintptr_t>(handle);
-  ReadText(NvAPI_GPU_GetFullName, handle, gpu.name);
-  ReadText(NvAPI_GPU_GetVbiosVersionString, handle, gpu.vbios_version);
-  ReadNumber(NvAPI_GPU_GetBusId, handle, gpu.pci_bus);
-  ReadNumber(NvAPI_GPU_GetBusSlotId, handle, gpu.pci_device);
+  ReadText(account, "name", NvAPI_GPU_GetFullName, handle, gpu.name);
+  ReadText(account, "vbios_version", NvAPI_GPU_GetVbiosVersionString, handle, gpu.vbios_version);
+  ReadNumber(account, "pci_bus", NvAPI_GPU_GetBusId, handle, gpu.pci_bus);
+  ReadNumber(account, "pci_device", NvAPI_GPU_GetBusSlotId, handle, gpu.pci_device);
 
   NvU32 device = 0;
   NvU32 subsystem = 0;
   NvU32 revision = 0;
   NvU32 external_device = 0;
-  if (NvAPI_GPU_GetPCIIdentifiers(handle, &device, &subsystem, &revision, &external_device) == NVAPI_OK) {
+  if (NvAPI_GPU_GetPCIIdentifiers.Tells(account, "external_device_id, subsystem_id, revision_id", handle, &device,
+                                        &subsystem, &revision, &external_device)) {
     gpu.external_device_id = ToField(external_device);
     gpu.subsystem_id = ToField(subsystem);
     gpu.revision_id = ToField(revision);
   }
 
-  ReadNumber(NvAPI_GPU_GetCurrentPCIEDownstreamWidth, handle, gpu.pcie_link_width);
+  ReadNumber(account, "pcie_link_width", NvAPI_GPU_GetCurrentPCIEDownstreamWidth, handle, gpu.pcie_link_width);
   NvU32 system_type = 0;
-  gpu.is_laptop = NvAPI_GPU_GetSystemType(handle, &system_type) == NVAPI_OK && system_type == NV_SYSTEM_TYPE_LAPTOP;
-  gpu.type = ReadGPUType(handle);
+  gpu.is_laptop =
+      NvAPI_GPU_GetSystemType.Tells(account, "is_laptop", handle, &system_type) && system_type == NV_SYSTEM_TYPE_LAPTOP;
+  gpu.type = ReadGPUType(account, handle);
   return gpu;
+}
+
+std::vector<NvAPIGPUT> ReadGPUs(Account& account) {
+  const NvAPISession session(account);
+  if (!session.IsUp()) return {};
+  NvPhysicalGpuHandle handles[NVAPI_MAX_PHYSICAL_GPUS] = {};
+  NvU32 count = 0;
+  if (!NvAPI_EnumPhysicalGPUs.Tells(account, "", handles, &count)) return {};
+
+  DisplayTable displays;
+  AddAttachedDisplays(account, displays);
+  AddUnattachedDisplays(account, displays);
+  std::vector<NvAPIGPUT> gpus;
+  for (NvU32 index = 0; index < std::min(count, NVAPI_MAX_PHYSICAL_GPUS); ++index) {
+    if (handles[index] == nullptr) continue;
+    account.About("GPU", index);
+    gpus.push_back(ReadGPU(account, handles[index]));
+    gpus.back().display_names = displays.NamesOf(handles[index]);
+  }
+  return gpus;
 }
 
 }  // namespace
 
-std::vector<NvAPIGPUT> GetNvAPIGPUs() {
-  const NvAPISession session;
-  if (!session.IsUp()) return {};
-  NvPhysicalGpuHandle handles[NVAPI_MAX_PHYSICAL_GPUS] = {};
-  NvU32 count = 0;
-  if (NvAPI_EnumPhysicalGPUs(handles, &count) != NVAPI_OK) return {};
-
-  DisplayTable displays;
-  AddAttachedDisplays(displays);
-  AddUnattachedDisplays(displays);
-  std::vector<NvAPIGPUT> gpus;
-  std::for_each_n(handles, std::min(count, NVAPI_MAX_PHYSICAL_GPUS), [&](NvPhysicalGpuHandle handle) {
-    if (handle == nullptr) return;
-    gpus.push_back(ReadGPU(handle));
-    gpus.back().display_names = displays.NamesOf(handle);
-  });
-  return gpus;
+Answer<NvAPIGPUT> GetNvAPIGPUs() {
+  Answer<NvAPIGPUT> answer;
+  answer.records = ReadGPUs(answer.account);
+  return answer;
 }
 
 bool GetNvAPIMemoryInfo(const NvAPIGPUT& gpu, std::uint64_t& available, std::uint64_t& total) {

@@ -1,16 +1,20 @@
-#include "NVIDIA/NvAPIDriverVersion.h"
+#include "Vexil/NVIDIA/NvAPIDriverVersion.h"
 
-#include "Common/Unknown.h"
-#include "NVIDIA/NvAPI.h"
+#include "Vexil/Common/Unknown.h"
+#include "Vexil/NVIDIA/NvAPI.h"
 
 namespace Vexil {
 
-bool ReadNVIDIADriverVersion(std::int32_t& major, std::int32_t& minor) {
-  if (NvAPI_Initialize() != NVAPI_OK) return false;
+bool ReadNVIDIADriverVersion(std::int32_t& major, std::int32_t& minor, Account& account) {
+  constexpr const char* kFields = "nvidia_driver_major, nvidia_driver_minor";
+  Account nvapi;
+  const bool is_up = NvAPI_Initialize(nvapi) == NVAPI_OK;
+  account.Append(nvapi, kFields);
+  if (!is_up) return false;
   NvU32 version = 0;
   NvAPI_ShortString branch = {};
   // Where this fails NVAPI is left up.
-  if (NvAPI_SYS_GetDriverAndBranchVersion(&version, branch) != NVAPI_OK) return false;
+  if (!NvAPI_SYS_GetDriverAndBranchVersion.Tells(account, kFields, &version, branch)) return false;
   major = ToField(version / 100);
   minor = ToField(version % 100);
   NvAPI_Unload();

@@ -3,7 +3,8 @@
 #include <cstdint>
 #include <mutex>
 
-#include "Common/VendorLibrary.h"
+#include "Vexil/Common/Account.h"
+#include "Vexil/Platform/VendorLibrary.h"
 
 namespace Vexil {
 
@@ -12,24 +13,24 @@ inline constexpr NvAPI_Status NVAPI_OK = 0;
 inline constexpr NvAPI_Status NVAPI_LIBRARY_NOT_FOUND = -2;
 inline constexpr NvAPI_Status NVAPI_NO_IMPLEMENTATION = -3;
 inline constexpr NvAPI_Status NVAPI_API_NOT_INITIALIZED = -4;
+inline constexpr NvAPI_Status NVAPI_END_ENUMERATION = -7;
 
 inline constexpr const char* kNvAPIFileName = "nvapi64.dll";
-inline constexpr const char* kNvAPIQueryInterface = "nvapi_QueryInterface";
 
 /// A function's name, and the number by which the library hands it out.
 struct NvAPIEntry {
   const char* name = nullptr;
   std::uint32_t id = 0;
   Need need = Need::Optional;
+
+  /// Notes that a call of this function failed, or that the library does not have it.
+  void NoteFailure(Account& account, NvAPI_Status status, const char* fields) const;
 };
 
-// Called through the loader only, which counts its users.
-inline constexpr NvAPIEntry kNvAPIInitialize{"NvAPI_Initialize", 0x0150E828, Need::Required};
-inline constexpr NvAPIEntry kNvAPIUnload{"NvAPI_Unload", 0xD22BDD7E, Need::Required};
-
 /// Loads the library and starts it. Each success is to be paired with an NvAPI_Unload; the last of
-/// these closes the library, whose code stays for the handles that records hold.
-NvAPI_Status NvAPI_Initialize();
+/// these closes the library, whose code stays for the handles that records hold. The account receives what
+/// happened.
+NvAPI_Status NvAPI_Initialize(Account& account);
 NvAPI_Status NvAPI_Unload();
 
 /// What a call does while NVAPI is not up.
@@ -47,6 +48,13 @@ class NvAPIFunction : public NvAPIEntry {
       : NvAPIEntry(entry), m_when_down(when_down) {}
 
   NvAPI_Status operator()(Arguments... arguments) const;
+
+  /// Calls the function for what fills `fields`, and notes where that fails. True when it succeeds.
+  bool Tells(Account& account, const char* fields, Arguments... arguments) const {
+    const NvAPI_Status status = (*this)(arguments...);
+    if (status != NVAPI_OK) NoteFailure(account, status, fields);
+    return status == NVAPI_OK;
+  }
 
  private:
   WhenDown m_when_down;

@@ -1,25 +1,32 @@
-#include "SystemInfo/WindowsSystemInfo.h"
+#include "Vexil/SystemInfo/WindowsSystemInfo.h"
 
 #include <cstdlib>
 
-#include "AMD/AMDDisplayLibrary.h"
-#include "Common/Naming.h"
-#include "Common/Text.h"
-#include "Common/Unknown.h"
-#include "DetectCommon/CUDADetector.h"
-#include "DetectCommon/IntelDriverVersion.h"
-#include "DetectGPUWindows/DisplayDeviceDetector.h"
-#include "NVIDIA/NvAPIDriverVersion.h"
-#include "Windows/Kernel.h"
-#include "Windows/Registry.h"
+#include "Vexil/AMD/AMDDisplayLibrary.h"
+#include "Vexil/Common/Naming.h"
+#include "Vexil/Common/Text.h"
+#include "Vexil/Common/Unknown.h"
+#include "Vexil/DetectCommon/CUDADetector.h"
+#include "Vexil/DetectCommon/IntelDriverVersion.h"
+#include "Vexil/DetectGPUWindows/DisplayDeviceDetector.h"
+#include "Vexil/NVIDIA/NvAPIDriverVersion.h"
+#include "Vexil/Platform/Kernel.h"
+#include "Vexil/Platform/Registry.h"
 
 namespace Vexil {
 namespace {
 
-std::string ReadOSVersion() {
+/// Reads a text that fills `field`.
+std::string ReadText(Account& account, const char* field, const std::string& key, const std::string& value) {
+  std::string text = ReadRegistryString(key, value);
+  if (text.empty()) account.Miss(field, "RegGetValueA " + value);
+  return text;
+}
+
+std::string ReadOSVersion(Account& account) {
   const std::string key = R"(SOFTWARE\Microsoft\Windows NT\CurrentVersion)";
-  const std::string build = Trim(ReadRegistryString(key, "CurrentBuildNumber"));
-  std::string product = ReadRegistryString(key, "ProductName");
+  const std::string build = Trim(ReadText(account, "os_version", key, "CurrentBuildNumber"));
+  std::string product = ReadText(account, "os_version", key, "ProductName");
   // Windows 11 still calls itself Windows 10 here.
   constexpr long kFirstWindows11Build = 22000;
   if (std::strtol(build.c_str(), nullptr, 10) >= kFirstWindows11Build) {
@@ -28,32 +35,37 @@ std::string ReadOSVersion() {
   return Trim(ReplaceAllNoCase(product, "Windows", "")) + " (Build " + build + ")";
 }
 
-std::string ReadModel() {
+std::string ReadModel(Account& account) {
   const std::string key = R"(HARDWARE\DESCRIPTION\System\BIOS)";
   // Of the maker only its first word: "ASUSTeK COMPUTER INC." says no more than "ASUSTeK".
-  const auto words = Split(ReadRegistryString(key, "BaseBoardManufacturer"), ' ', EmptyPieces::Drop);
+  const auto words = Split(ReadText(account, "model", key, "BaseBoardManufacturer"), ' ', EmptyPieces::Drop);
   const std::string maker = words.empty() ? std::string() : Trim(words.front());
-  return Trim(maker + " " + Trim(ReadRegistryString(key, "BaseBoardProduct")));
+  return Trim(maker + " " + Trim(ReadText(account, "model", key, "BaseBoardProduct")));
 }
 
 }  // namespace
 
-FlatBuffers::SystemT GetWindowsSystemInfo() {
+FlatBuffers::SystemT GetWindowsSystemInfo(Account& account) {
   FlatBuffers::SystemT system;
   system.os = FlatBuffers::OS::Windows;
-  system.system_id = ReadRegistryString(R"(SOFTWARE\Microsoft\Cryptography)", "MachineGuid");
-  system.os_version = ReadOSVersion();
-  system.model = ReadModel();
-  system.cpu_name =
-      CleanCPUName(ReadRegistryString(R"(HARDWARE\DESCRIPTION\System\CentralProcessor\0)", "ProcessorNameString"));
+  system.system_id = ReadText(account, "system_id", R"(SOFTWARE\Microsoft\Cryptography)", "MachineGuid");
+  system.os_version = ReadOSVersion(account);
+  system.model = ReadModel(account);
+  system.cpu_name = CleanCPUName(
+      ReadText(account, "cpu_name", R"(HARDWARE\DESCRIPTION\System\CentralProcessor\0)", "ProcessorNameString"));
   system.arch = kBuildArchitecture;
   system.cpu_threads = ToField(GetProcessorCount());
-  if (const auto memory = GetPhysicalMemory()) system.ram_mib = BytesToMiB(memory->total);
+  const auto memory = GetPhysicalMemory();
+  if (memory) {
+    system.ram_mib = BytesToMiB(memory->total);
+  } else {
+    account.Miss("ram_mib", "GlobalMemoryStatusEx");
+  }
 
-  ReadNVIDIADriverVersion(system.nvidia_driver_major, system.nvidia_driver_minor);
-  GetCUDADriverVersion(system.cuda_driver_major, system.cuda_driver_minor);
-  GetAMDDriverVersion(system.amd_driver_version, system.amd_driver_major, system.amd_driver_minor);
-  GetIntelDriverVersion(system.intel_driver_version, system.intel_driver_version_parts);
+  ReadNVIDIADriverVersion(system.nvidia_driver_major, system.nvidia_driver_minor, account);
+  GetCUDADriverVersion(system.cuda_driver_major, system.cuda_driver_minor, account);
+  GetAMDDriverVersion(system.amd_driver_version, system.amd_driver_major, system.amd_driver_minor, account);
+  GetIntelDriverVersion(system.intel_driver_version, system.intel_driver_version_parts, account);
 
   system.citrix_indirect_display = HasCitrixIndirectDisplay();
   return system;

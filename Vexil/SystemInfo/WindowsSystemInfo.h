@@ -1,10 +1,12 @@
 #pragma once
 
-#include "FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/Common/Account.h"
+#include "Vexil/FlatBuffers/DetectionResult_generated.h"
 
 namespace Vexil {
 
-/// The machine: Windows, board, processor, memory, driver versions. What cannot be read stays unknown.
-FlatBuffers::SystemT GetWindowsSystemInfo();
+/// The machine: Windows, board, processor, memory, driver versions. What cannot be read stays unknown, and the
+/// account tells why.
+FlatBuffers::SystemT GetWindowsSystemInfo(Account& account);
 
 }  // namespace Vexil

@@ -4,11 +4,12 @@
 #include <nlohmann/json.hpp>
 #include <sstream>
 
-#include "LogCapture.h"
-#include "ProgramTest.h"
-#include "ResultFile.h"
-#include "ResultOutput.h"
-#include "Simulation.h"
+#include "Vexil/Results/ResultOutput.h"
+#include "Vexil/Version.h"
+#include "cli/ResultFile.h"
+#include "simulation/Simulation.h"
+#include "tests/cli/ProgramTest.h"
+#include "tests/support/LogCapture.h"
 
 namespace Vexil::Tests {
 namespace {
@@ -141,10 +142,10 @@ TEST_F(CommandLineTest, MemoryIsWatchedLineByLine) {
 TEST_F(CommandLineTest, SavesWhatItCanReadBack) {
   const std::string path = TemporaryFile("saved.vexil");
   EXPECT_EQ(Run({"save", path}).status, 0);
-  EXPECT_EQ(Program::ReadFile(path), Detect());
+  EXPECT_EQ(Cli::ReadFile(path), Detect());
   const std::string copy = TemporaryFile("copy.vexil");
   EXPECT_EQ(RunSaved({"save", copy}).status, 0);
-  EXPECT_EQ(Program::ReadFile(copy), Program::ReadFile(m_saved));
+  EXPECT_EQ(Cli::ReadFile(copy), Cli::ReadFile(m_saved));
   const json told = json::parse(Run({"save", path, "--json"}).out);
   EXPECT_EQ(told, json({{"file", path}, {"gpus", 5}, {"bytes", Detect().size()}}));
   EXPECT_EQ(Run({"save", TemporaryFile("no/such/folder")}).status, 2);
@@ -187,7 +188,7 @@ TEST_F(CommandLineTest, RematchTellsWhatDiffers) {
   };
   EXPECT_EQ(paths(Run({"rematch", m_saved, "--json"})), std::vector<std::string>());
 
-  auto results = Program::UnpackResults(Program::ReadFile(m_saved), "saved");
+  auto results = Cli::UnpackResults(Cli::ReadFile(m_saved), "saved");
   auto& gpus = results.records.gpus;
   gpus[0]->gpu->type = FlatBuffers::GPUType::Integrated;
   gpus[1]->nvml.reset();
@@ -229,14 +230,17 @@ TEST_F(CommandLineTest, MisuseIsTwoAndNoGPUIsOne) {
     EXPECT_EQ(answer.out, "");
     EXPECT_EQ(answer.err.rfind("vexil: ", 0), 0U) << answer.err;
   }
-  for (const char* option : {"--help", "--version"}) EXPECT_EQ(Run({option}).status, 0) << option;
+  EXPECT_EQ(Run({"--help"}).status, 0);
+  const Answer version = Run({"--version"});
+  EXPECT_EQ(version.status, 0);
+  EXPECT_EQ(version.out, std::string("vexil ") + kLibraryVersion + "\n");
 
   Simulation::SetMachine(LoadTestMachine("none"));
   EXPECT_EQ(Run({"doctor"}).status, 1);
   for (const std::vector<std::string>& arguments : {std::vector<std::string>(), {"list"}, {"memory"}}) {
     const Answer answer = Run(arguments);
     EXPECT_EQ(answer.status, 1);
-    EXPECT_EQ(answer.err, "vexil: no GPU was found; \"vexil doctor\" tells what each source had to say\n");
+    EXPECT_EQ(answer.err, "vexil: no GPU was found; \"vexil doctor\" prints the status of each source\n");
   }
   EXPECT_EQ(Run({"save", m_saved}).status, 1);
   EXPECT_EQ(Run({"rematch", m_saved}).status, 1);

@@ -1,10 +1,10 @@
-#include "ProgramTest.h"
+#include "tests/cli/ProgramTest.h"
 
 #include <algorithm>
 #include <fstream>
 #include <sstream>
 
-#include "CommandLine.h"
+#include "cli/CommandLine.h"
 
 namespace Vexil::Tests {
 
@@ -12,10 +12,9 @@ Answer ProgramTest::Run(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), "vexil");
   std::vector<const char*> argv(arguments.size());
   std::transform(arguments.begin(), arguments.end(), argv.begin(), [](const std::string& a) { return a.c_str(); });
-  TestDetector detector;
   std::ostringstream out;
   std::ostringstream err;
-  const int status = Program::RunCommandLine(static_cast<int>(argv.size()), argv.data(), detector, out, err);
+  const int status = Cli::RunCommandLine(static_cast<int>(argv.size()), argv.data(), out, err);
   EndProcess();
   return {status, out.str(), err.str()};
 }

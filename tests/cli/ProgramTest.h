@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-#include "MachineTest.h"
+#include "tests/support/MachineTest.h"
 
 namespace Vexil::Tests {
 

@@ -1,34 +1,34 @@
-#include "ResultFile.h"
+#include "cli/ResultFile.h"
 
 #include <optional>
 #include <sstream>
 
-#include "Commands.h"
-#include "ProgramTest.h"
+#include "cli/Commands.h"
+#include "tests/cli/ProgramTest.h"
 
 namespace Vexil::Tests {
 namespace {
 
 /// Nothing at all where the bytes are not taken for a result.
-std::optional<Program::Results> Unpack(std::vector<std::uint8_t> bytes) {
+std::optional<Cli::Results> Unpack(std::vector<std::uint8_t> bytes) {
   try {
-    return Program::UnpackResults(std::move(bytes), "damaged");
-  } catch (const Program::Error&) {
+    return Cli::UnpackResults(std::move(bytes), "damaged");
+  } catch (const Cli::Error&) {
     return {};
   }
 }
 
 /// Whatever stands in a result, every command has to bear it.
-void RunAllCommands(const Program::Results& results) {
+void RunAllCommands(const Cli::Results& results) {
   std::ostringstream out;
   for (const bool json : {false, true}) {
-    const Program::Session session = {results, nullptr, {}, json, out, out};
-    Program::Report(session);
-    Program::List(session, {});
-    Program::Memory(session, {}, {});
-    Program::Doctor(session);
-    Program::Rematch(session);
-    for (const auto& gpu : results.gpus) Program::Show(session, gpu.id);
+    const Cli::Session session = {results, nullptr, json, out, out};
+    Cli::Report(session);
+    Cli::List(session, {});
+    Cli::Memory(session, {}, {});
+    Cli::Doctor(session);
+    Cli::Rematch(session);
+    for (const auto& gpu : results.gpus) Cli::Show(session, gpu.id);
   }
 }
 

@@ -5,9 +5,9 @@
 #include <set>
 #include <stdexcept>
 
-#include "DetectGPUWindows/Matching.h"
-#include "MachineTest.h"
-#include "RandomMachine.h"
+#include "Vexil/DetectGPUWindows/Matching.h"
+#include "tests/hostile/RandomMachine.h"
+#include "tests/support/MachineTest.h"
 
 #ifdef __SANITIZE_ADDRESS__
 #include <sanitizer/common_interface_defs.h>
@@ -83,7 +83,7 @@ void CheckAnswers(Detector& detector) {
   }
 }
 
-/// What is packed is sound, and matching its raw records anew finds the same GPUs.
+/// What is packed is sound, and matching its raw records again finds the same GPUs.
 void CheckPacked(const std::vector<std::uint8_t>& buffer) {
   flatbuffers::Verifier verifier(buffer.data(), buffer.size(), 64, 100'000'000);
   ASSERT_TRUE(FlatBuffers::VerifyDetectionResultBuffer(verifier));

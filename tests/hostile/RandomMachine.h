@@ -2,7 +2,7 @@
 
 #include <cstdint>
 
-#include "Simulation.h"
+#include "simulation/Simulation.h"
 
 namespace Vexil::Tests {
 

@@ -1,28 +1,19 @@
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
 #include <fstream>
 #include <iterator>
 #include <nlohmann/json.hpp>
 #include <sstream>
 #include <utility>
 
-#include "CommandLine.h"
-#include "MachineTest.h"
+#include "Vexil/Version.h"
+#include "cli/CommandLine.h"
+#include "tests/support/MachineTest.h"
 
 namespace Vexil::Tests {
 namespace {
 
 using Json = nlohmann::ordered_json;
-
-std::vector<std::string> MachineNames() {
-  std::vector<std::string> names;
-  for (const auto& file : std::filesystem::directory_iterator(VEXIL_MACHINES)) {
-    if (file.path().extension() == ".json") names.push_back(file.path().stem().string());
-  }
-  std::sort(names.begin(), names.end());
-  return names;
-}
 
 bool HoldsRecords(const Json& json) {
   return std::any_of(json.begin(), json.end(), [](const Json& value) {
@@ -51,8 +42,10 @@ std::string OnlyASCII(std::string line) {
   return line;
 }
 
-/// Compares with a file of expected/, or writes it.
-void Compare(const std::string& file_name, const std::string& text) {
+/// Compares with a file of expected/, or writes it, without the version, which changes with every release.
+void Compare(const std::string& file_name, std::string text) {
+  const auto version = text.find(kLibraryVersion);
+  if (version != std::string::npos) text.replace(version, std::string(kLibraryVersion).size(), "(version)");
   const std::string path = VEXIL_MACHINES "/expected/" + file_name;
   if (std::getenv("VEXIL_REWRITE_EXPECTATIONS") != nullptr) {
     std::ofstream(path, std::ios::binary) << text;
@@ -72,21 +65,20 @@ TEST_P(ExpectedResults, OnMachine) {
   TestDetector detector;
   detector.Detect({});
   std::string log;
-  for (const std::string& line : TakeLog()) log += OnlyASCII(line) + "\n";
+  for (const std::string& line : TakeLog()) {
+    // Not of each source that there is.
+    if (line.find(": 0 detected in") == std::string::npos) log += OnlyASCII(line) + "\n";
+  }
   Compare(GetParam() + ".txt", log);
 
   std::ostringstream json;
   std::ostringstream errors;
   const char* const arguments[] = {"vexil", "--json"};
-  Program::RunCommandLine(2, arguments, detector, json, errors);
+  Cli::RunCommandLine(2, arguments, json, errors);
   Compare(GetParam() + ".json", Print(Json::parse(json.str())) + "\n");
 }
 
-INSTANTIATE_TEST_SUITE_P(Machines, ExpectedResults, testing::ValuesIn(MachineNames()), [](const auto& machine) {
-  std::string name = machine.param;
-  std::replace(name.begin(), name.end(), '-', '_');
-  return name;
-});
+INSTANTIATE_TEST_SUITE_P(Machines, ExpectedResults, testing::ValuesIn(MachineNames()), ToTestName);
 
 }  // namespace
 }  // namespace Vexil::Tests

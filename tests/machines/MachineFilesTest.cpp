@@ -1,7 +1,7 @@
 #include <fstream>
 
-#include "MachineTest.h"
-#include "SimulatedLibraries.h"
+#include "simulation/SimulatedLibraries.h"
+#include "tests/support/MachineTest.h"
 
 namespace Vexil::Tests {
 namespace {
@@ -21,22 +21,22 @@ std::string Complaint(const std::string& text) {
 TEST(MachineFiles, SlipsAreTold) {
   constexpr const char* kNoNumber = R"(expected a whole number, or a text such as "0x10de")";
   constexpr const char* kNoAddress = R"(expected a PCI address such as "65:0.0")";
-  constexpr const char* kNoRoom = "there is no room for such a number";
+  constexpr const char* kOutOfRange = "number out of range";
   const std::vector<std::pair<std::string, std::string>> cases = {
-      {R"({"cudaa": {}})", R"(: nobody knows "cudaa" here)"},
-      {R"({"nvapi": {"gpus": [{}, {"nam": ""}]}})", R"(.nvapi.gpus[1]: nobody knows "nam" here)"},
-      {R"({"cuda": {"missing": ["cuInitxx"]}})", R"(.cuda: "cuInitxx" is no entry point of nvcuda.dll)"},
-      {R"({"nvapi": {"missing": ["cuInit"]}})", R"(.nvapi: "cuInit" is no entry point of nvapi64.dll)"},
-      {R"({"failures": ["cuInitt"]})", R"(.failures[0]: there is no call "cuInitt")"},
-      {R"({"failures": [{"call": "cuInitt 3"}]})", R"(.failures[0]: there is no call "cuInitt")"},
-      {R"({"windows": {"threads": 4294967296}})", std::string(".windows.threads: ") + kNoRoom},
-      {R"({"windows": {"threads": -2}})", std::string(".windows.threads: ") + kNoRoom},
+      {R"({"cudaa": {}})", R"(: unknown member "cudaa")"},
+      {R"({"nvapi": {"gpus": [{}, {"nam": ""}]}})", R"(.nvapi.gpus[1]: unknown member "nam")"},
+      {R"({"cuda": {"missing": ["cuInitxx"]}})", R"(.cuda: unknown entry point "cuInitxx" of nvcuda.dll)"},
+      {R"({"nvapi": {"missing": ["cuInit"]}})", R"(.nvapi: unknown entry point "cuInit" of nvapi64.dll)"},
+      {R"({"failures": ["cuInitt"]})", R"(.failures[0]: unknown call "cuInitt")"},
+      {R"({"failures": [{"call": "cuInitt 3"}]})", R"(.failures[0]: unknown call "cuInitt")"},
+      {R"({"windows": {"threads": 4294967296}})", std::string(".windows.threads: ") + kOutOfRange},
+      {R"({"windows": {"threads": -2}})", std::string(".windows.threads: ") + kOutOfRange},
       {R"({"windows": {"threads": "0x100000000"}})", std::string(".windows.threads: ") + kNoNumber},
       {R"({"windows": {"threads": "0x1g"}})", std::string(".windows.threads: ") + kNoNumber},
       {R"({"windows": {"threads": 1.5}})", std::string(".windows.threads: ") + kNoNumber},
       {R"({"windows": {"memory_mib": -5}})", ".windows.memory_mib: expected a number of MiB"},
       {R"({"windows": {"memory_mib": 1e30}})", ".windows.memory_mib: expected a number of MiB"},
-      {R"({"adl": {"claimed_count": 18446744073709551615}})", std::string(".adl.claimed_count: ") + kNoRoom},
+      {R"({"adl": {"claimed_count": 18446744073709551615}})", std::string(".adl.claimed_count: ") + kOutOfRange},
       {R"({"display_adapters": [{"outputs": [{"state": "attached"}]}]})",
        ".display_adapters[0].outputs[0].state: expected a list"},
       {R"({"display_class": [{"pci": "0000:65:00.0"}]})", std::string(".display_class[0].pci: ") + kNoAddress},

@@ -1,6 +1,10 @@
-#include "MachineTest.h"
+#include "tests/support/MachineTest.h"
 
+#include <algorithm>
+#include <filesystem>
 #include <regex>
+
+#include "Vexil/NVIDIA/NvAPILoader.h"
 
 namespace Vexil::Tests {
 
@@ -16,12 +20,28 @@ std::vector<std::string> MachineTest::TakeLog() {
   return lines;
 }
 
+std::vector<std::string> MachineNames() {
+  std::vector<std::string> names;
+  for (const auto& file : std::filesystem::directory_iterator(VEXIL_MACHINES)) {
+    if (file.path().extension() == ".json") names.push_back(file.path().stem().string());
+  }
+  std::sort(names.begin(), names.end());
+  return names;
+}
+
+std::string ToTestName(const testing::TestParamInfo<std::string>& machine) {
+  std::string name = machine.param;
+  std::replace(name.begin(), name.end(), '-', '_');
+  return name;
+}
+
 Simulation::Machine LoadTestMachine(const std::string& name) {
   return Simulation::LoadMachine(VEXIL_MACHINES "/" + name + ".json");
 }
 
 void EndProcess() {
-  Simulation::EndProcess();
+  // The library keeps NVAPI up for live memory.
+  while (NvAPI_Unload() != NVAPI_API_NOT_INITIALIZED) continue;
   EXPECT_EQ(Simulation::Observed().misuses, std::vector<std::string>());
 }
 

@@ -6,10 +6,10 @@
 #include <string>
 #include <vector>
 
-#include "DetectorImpl.h"
-#include "LoadMachine.h"
-#include "LogCapture.h"
-#include "Simulation.h"
+#include "Vexil/DetectorImpl.h"
+#include "simulation/LoadMachine.h"
+#include "simulation/Simulation.h"
+#include "tests/support/LogCapture.h"
 
 namespace Vexil::Tests {
 
@@ -29,8 +29,12 @@ class MachineTest : public testing::Test {
   std::shared_ptr<LogCapture> m_log;
 };
 
-/// A machine of tests/machines, by name.
+/// The machines of tests/machines, in alphabetical order, and one of them.
+std::vector<std::string> MachineNames();
 Simulation::Machine LoadTestMachine(const std::string& name);
+
+/// A machine's name as a part of a test's.
+std::string ToTestName(const testing::TestParamInfo<std::string>& machine);
 
 /// Ends as a process does, with nothing left up; drivers must not have been misused until then.
 void EndProcess();

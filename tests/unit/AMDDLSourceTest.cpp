@@ -1,7 +1,7 @@
 #include <fmt/format.h>
 
-#include "AMD/AMDDisplayLibrary.h"
-#include "SourceTest.h"
+#include "Vexil/AMD/AMDDisplayLibrary.h"
+#include "tests/unit/SourceTest.h"
 
 namespace Vexil::Tests {
 namespace {
@@ -99,7 +99,7 @@ TEST_F(AMDDLSource, StaysLoadedWhereItDoesNotStart) {
   machine.failures = {{"ADL_Main_Control_Create", {}}};
   SetMachine(machine);
   auto before = Observed().open;
-  EXPECT_TRUE(GetAMDDLGPUs().empty());
+  EXPECT_TRUE(GetAMDDLGPUs().records.empty());
   EXPECT_EQ(TakeLog(), Texts{"WARN Failed to initialize, control create error."});
   EXPECT_EQ(Observed().open.at("atiadlxx.dll"), before["atiadlxx.dll"] + 1);
 }
@@ -130,7 +130,8 @@ TEST_F(AMDDLSource, DriverVersion) {
     std::string version = "old";
     std::int32_t major = 0;
     std::int32_t minor = 0;
-    const bool known = GetAMDDriverVersion(version, major, minor);
+    Account account;
+    const bool known = GetAMDDriverVersion(version, major, minor, account);
     EXPECT_EQ(fmt::format("{} {} {}.{}", known, version, major, minor), test_case.version);
   }
 }

@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "ResultOutput.h"
+#include "Vexil/Results/ResultOutput.h"
 
 namespace Vexil::Tests {
 namespace {

@@ -1,10 +1,10 @@
 #include <gtest/gtest.h>
 
-#include "Common/FormatSize.h"
-#include "Common/GPUID.h"
-#include "Common/Naming.h"
-#include "Common/PCILocation.h"
-#include "Common/Text.h"
+#include "Vexil/Common/FormatSize.h"
+#include "Vexil/Common/GPUID.h"
+#include "Vexil/Common/Naming.h"
+#include "Vexil/Common/PCILocation.h"
+#include "Vexil/Common/Text.h"
 
 namespace Vexil::Tests {
 namespace {

@@ -1,11 +1,11 @@
-#include "DetectGPUWindows/Matching.h"
+#include "Vexil/DetectGPUWindows/Matching.h"
 
 #include <fmt/format.h>
 #include <gtest/gtest.h>
 
-#include "Common/Text.h"
-#include "MachineTest.h"
-#include "MainDisplayChoice.h"
+#include "Vexil/Common/Text.h"
+#include "Vexil/DetectGPUWindows/MainDisplayChoice.h"
+#include "tests/support/MachineTest.h"
 
 namespace Vexil::Tests {
 namespace {
@@ -304,7 +304,9 @@ TEST_F(Matching, LeavesOneMainDisplayGPU) {
       monitors.emplace_back().gpu_id = gpu;
       monitors.back().is_main = is_main;
     }
-    EXPECT_EQ(ChooseMainDisplayGPU(matched, monitors), test_case.main);
+    Texts remarks;
+    EXPECT_EQ(ChooseMainDisplayGPU(matched, monitors, remarks), test_case.main);
+    EXPECT_EQ(remarks.size(), test_case.log.size());
     EXPECT_EQ(TakeLog(), test_case.log);
     for (const MatchedGPUT& entry : matched) EXPECT_EQ(entry.gpu->is_main_display, entry.gpu->id == test_case.main);
   }

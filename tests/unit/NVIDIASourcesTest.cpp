@@ -3,12 +3,12 @@
 #include <chrono>
 #include <thread>
 
-#include "DetectCommon/CUDADetector.h"
-#include "NVIDIA/NVML.h"
-#include "NVIDIA/NvAPI.h"
-#include "NVIDIA/NvAPIDetector.h"
-#include "NVIDIA/NvAPIDriverVersion.h"
-#include "SourceTest.h"
+#include "Vexil/DetectCommon/CUDADetector.h"
+#include "Vexil/NVIDIA/NVML.h"
+#include "Vexil/NVIDIA/NvAPI.h"
+#include "Vexil/NVIDIA/NvAPIDetector.h"
+#include "Vexil/NVIDIA/NvAPIDriverVersion.h"
+#include "tests/unit/SourceTest.h"
 
 namespace Vexil::Tests {
 namespace {
@@ -27,7 +27,8 @@ TEST_F(NVIDIASources, CUDAVersionIsKeptOnceItIsKnown) {
     SetMachine(machine);
     std::int32_t major = 0;
     std::int32_t minor = 0;
-    const bool known = GetCUDADriverVersion(major, minor);
+    Account account;
+    const bool known = GetCUDADriverVersion(major, minor, account);
     return fmt::format("{} {}.{}", known, major, minor);
   };
   // Where another test has already made this process know it, only what follows can be seen.
@@ -261,7 +262,7 @@ TEST_F(NVIDIASources, NVAPI) {
 
 TEST_F(NVIDIASources, LiveMemoryBringsNVAPIUpAndKeepsItUp) {
   SetMachine(LoadTestMachine("five-gpus"));
-  const auto gpus = GetNvAPIGPUs();
+  const auto gpus = GetNvAPIGPUs().records;
   ASSERT_EQ(Observed().up.at("nvapi64.dll"), 0);
   std::uint64_t available = 1;
   std::uint64_t total = 1;
@@ -298,7 +299,8 @@ TEST_F(NVIDIASources, NVAPIServesManyThreads) {
   };
   for (int time = 0; time < 10; ++time) {
     in_threads([] {
-      EXPECT_EQ(NvAPI_Initialize(), NVAPI_OK);
+      Account account;
+      EXPECT_EQ(NvAPI_Initialize(account), NVAPI_OK);
       NvPhysicalGpuHandle gpus[NVAPI_MAX_PHYSICAL_GPUS] = {};
       NvU32 count = 0;
       EXPECT_EQ(NvAPI_EnumPhysicalGPUs(gpus, &count), NVAPI_OK);
@@ -307,7 +309,7 @@ TEST_F(NVIDIASources, NVAPIServesManyThreads) {
     });
     EXPECT_EQ(Observed().up.at("nvapi64.dll"), 0);
     EXPECT_EQ(Observed().open.at("nvapi64.dll"), 1);
-    const auto gpus = GetNvAPIGPUs();
+    const auto gpus = GetNvAPIGPUs().records;
     in_threads([&] {
       std::uint64_t available = 0;
       std::uint64_t total = 0;
@@ -335,7 +337,8 @@ TEST_F(NVIDIASources, DriverVersion) {
     SetMachine(machine);
     std::int32_t major = -1;
     std::int32_t minor = -1;
-    const bool known = ReadNVIDIADriverVersion(major, minor);
+    Account account;
+    const bool known = ReadNVIDIADriverVersion(major, minor, account);
     EXPECT_EQ(fmt::format("{} {}.{}", known, major, minor), test_case.version);
     EXPECT_EQ(Observed().up.at("nvapi64.dll"), test_case.left_up);
   }

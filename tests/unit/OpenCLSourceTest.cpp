@@ -1,9 +1,9 @@
 #include <fmt/format.h>
 
-#include "DetectCommon/IntelDriverVersion.h"
-#include "DetectCommon/OpenCLDetector.h"
-#include "DetectGPUWindows/DirectXDetector.h"
-#include "SourceTest.h"
+#include "Vexil/DetectCommon/IntelDriverVersion.h"
+#include "Vexil/DetectCommon/OpenCLDetector.h"
+#include "Vexil/DetectGPUWindows/DirectXDetector.h"
+#include "tests/unit/SourceTest.h"
 
 namespace Vexil::Tests {
 namespace {
@@ -188,7 +188,8 @@ TEST_F(OpenCLSource, IntelDriverVersion) {
     SetMachine(machine);
     std::string version = "old";
     std::vector<std::int32_t> numbers = {1};
-    const bool known = GetIntelDriverVersion(version, numbers);
+    Account account;
+    const bool known = GetIntelDriverVersion(version, numbers, account);
     EXPECT_EQ(fmt::format("{} {} [{}]", known, version, fmt::join(numbers, " ")), test_case.result);
   }
 }

@@ -1,4 +1,4 @@
-#include "Common/Patterns.h"
+#include "Vexil/Common/Patterns.h"
 
 #include <gtest/gtest.h>
 
@@ -6,7 +6,7 @@
 #include <random>
 #include <regex>
 
-#include "Common/Text.h"
+#include "Vexil/Common/Text.h"
 
 namespace Vexil::Tests {
 namespace {

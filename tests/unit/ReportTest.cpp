@@ -1,4 +1,4 @@
-#include "Report.h"
+#include "Vexil/Report/Report.h"
 
 #include <gtest/gtest.h>
 
@@ -11,11 +11,6 @@ using FlatBuffers::MonitorT;
 using FlatBuffers::SystemT;
 using Texts = std::vector<std::string>;
 
-class NoFigures final : public LiveFigures {
-  bool GetSystemMemory(std::uint64_t&, std::uint64_t&) override { return false; }
-  bool GetGPUMemory(const MatchedGPUT&, std::uint64_t&, std::uint64_t&) override { return false; }
-};
-
 class Lines final : public ReportSink {
  public:
   Texts lines;
@@ -26,14 +21,13 @@ class Lines final : public ReportSink {
   }
 };
 
-/// What is written on a machine where live figures cannot be had.
+/// What is written of a saved result.
 Texts Report(const SystemT& system, const std::vector<MatchedGPUT>& matched = {},
              const std::vector<MonitorT>& monitors = {}) {
   std::vector<GPUT> gpus;
   for (const MatchedGPUT& entry : matched) gpus.push_back(*entry.gpu);
-  NoFigures no_figures;
   Lines lines;
-  WriteReport({system, matched, gpus, monitors}, no_figures, lines);
+  WriteReport({system, matched, gpus, monitors, false}, lines);
   return lines.lines;
 }
 

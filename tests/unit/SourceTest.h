@@ -7,8 +7,8 @@
 #include <utility>
 #include <vector>
 
-#include "Common/Text.h"
-#include "MachineTest.h"
+#include "Vexil/Common/Text.h"
+#include "tests/support/MachineTest.h"
 
 namespace Vexil::Tests {
 
@@ -63,8 +63,7 @@ class SourceTest : public MachineTest {
   /// Asks the source on the five-GPU machine, with each change in turn. What it opens and starts it must close
   /// and shut down, but for OpenCL and NVAPI, whose code stays.
   template <typename Record>
-  void Check(const std::vector<SourceCase>& cases, std::vector<Record> (*source)(),
-             std::string (*describe)(const Record&)) {
+  void Check(const std::vector<SourceCase>& cases, Answer<Record> (*source)(), std::string (*describe)(const Record&)) {
     for (const SourceCase& test_case : cases) {
       SCOPED_TRACE(test_case.name);
       Simulation::Machine machine = LoadTestMachine("five-gpus");
@@ -72,7 +71,7 @@ class SourceTest : public MachineTest {
       Simulation::SetMachine(machine);
       auto open_before = Simulation::Observed().open;
       Texts records;
-      for (const Record& record : source()) records.push_back(describe(record));
+      for (const Record& record : source().records) records.push_back(describe(record));
       EXPECT_EQ(records, test_case.records);
       EXPECT_EQ(TakeLog(), test_case.log);
       for (const auto& [library, count] : Simulation::Observed().open) {
