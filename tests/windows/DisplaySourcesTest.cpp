@@ -6,13 +6,13 @@
 
 #include <cstring>
 
-#include "Common/Unknown.h"
-#include "DetectGPUWindows/DirectXDetector.h"
-#include "DetectGPUWindows/DisplayDeviceDetector.h"
-#include "FakeDXGI.h"
-#include "ImportPatch.h"
-#include "LogCapture.h"
-#include "SeededDesktop.h"
+#include "Vexil/Common/Unknown.h"
+#include "Vexil/DetectGPUWindows/DirectXDetector.h"
+#include "Vexil/DetectGPUWindows/DisplayDeviceDetector.h"
+#include "tests/support/LogCapture.h"
+#include "tests/windows/FakeDXGI.h"
+#include "tests/windows/ImportPatch.h"
+#include "tests/windows/SeededDesktop.h"
 
 namespace Vexil::Tests {
 namespace {
@@ -89,7 +89,7 @@ TEST_F(DisplaySources, ListsEachAdapterOnceWithAllItsOutputs) {
        .device_id = R"(PCI\VEN_8086&DEV_5912)",
        .outputs = {{.state_flags = kActive | kRemovable, .monitors = {"Beamer"}}}},
   });
-  const auto gpus = GetEnumDisplayDevicesGPUs();
+  const auto gpus = GetEnumDisplayDevicesGPUs().records;
   ASSERT_EQ(gpus.size(), 2U);
 
   const EnumDisplayDevicesGPUT& card = gpus[0];
@@ -126,7 +126,7 @@ TEST_F(DisplaySources, LeaveOutAnAdapterWithoutDriver) {
 
   const SeededDesktop desktop({no_provider, no_driver, long_provider, longest_provider});
   const auto log = LogCapture::Start();
-  const auto gpus = GetEnumDisplayDevicesGPUs();
+  const auto gpus = GetEnumDisplayDevicesGPUs().records;
   ASSERT_EQ(gpus.size(), 1U);
   EXPECT_EQ(gpus[0].provider, longest_provider.provider);
   const std::string start = "ERROR Failed to find provider information of device ";
@@ -168,7 +168,7 @@ TEST_F(DisplaySources, TakeThePlaceOnlyWhereBusAndAddressAreKnown) {
   const auto place = [](bool bus, bool address) {
     has_bus = bus;
     has_address = address;
-    const auto gpus = GetEnumDisplayDevicesGPUs();
+    const auto gpus = GetEnumDisplayDevicesGPUs().records;
     return gpus.size() == 1 ? PlaceOf(gpus[0]) : "no GPU";
   };
   EXPECT_EQ(place(true, true), "65:3.1");
@@ -183,7 +183,7 @@ TEST_F(DisplaySources, KeepAMonitorWithoutMode) {
   const SeededDesktop desktop({OneOutput("Card", R"(PCI\VEN_10DE)")});
   const ImportPatch patch(
       "EnumDisplaySettingsA", +[](LPCSTR, DWORD, DEVMODEA*) { return FALSE; });
-  const auto gpus = GetEnumDisplayDevicesGPUs();
+  const auto gpus = GetEnumDisplayDevicesGPUs().records;
   ASSERT_EQ(gpus.size(), 1U);
   EXPECT_EQ(MonitorsOf(gpus[0]), (Texts{R"(\\.\DISPLAY1\Monitor0 Monitor -1x-1@-1)"}));
 }
@@ -193,13 +193,13 @@ TEST_F(DisplaySources, EndWithTheWindowSystemsList) {
   {
     const ImportPatch patch(
         "EnumDisplayDevicesA", +[](LPCSTR, DWORD, DISPLAY_DEVICEA*, DWORD) { return FALSE; });
-    EXPECT_TRUE(GetEnumDisplayDevicesGPUs().empty());
+    EXPECT_TRUE(GetEnumDisplayDevicesGPUs().records.empty());
     EXPECT_FALSE(HasCitrixIndirectDisplay());
   }
   // A list without end, of adapters without a key.
   const ImportPatch patch(
       "EnumDisplayDevicesA", +[](LPCSTR, DWORD, DISPLAY_DEVICEA*, DWORD) { return TRUE; });
-  EXPECT_TRUE(GetEnumDisplayDevicesGPUs().empty());
+  EXPECT_TRUE(GetEnumDisplayDevicesGPUs().records.empty());
   EXPECT_FALSE(HasCitrixIndirectDisplay());
   EXPECT_EQ(log->lines, Texts{});
 }
@@ -236,7 +236,7 @@ TEST_F(DisplaySources, ListDirectXAdaptersWithPlaceAndMonitors) {
       {.name = L"Tw\x0169n \xE9", .luid = kTwinLUID, .outputs = {LR"(\\.\DISPLAY3)"}},
       {.name = std::wstring(200, L'x'), .luid = 7},
   });
-  const auto gpus = GetDirectXGPUs();
+  const auto gpus = GetDirectXGPUs().records;
   EXPECT_EQ(FakeDXGI::References(), 0);
   ASSERT_EQ(gpus.size(), 3U);
 
@@ -270,7 +270,7 @@ TEST_F(DisplaySources, PassOverDirectXAdaptersThatAreNoHardware) {
                        {.name = L"Software", .flags = kSoftware},
                        {.name = L"Old", .has_adapter2 = false},
                        {.name = L"Card"}});
-  const auto gpus = GetDirectXGPUs();
+  const auto gpus = GetDirectXGPUs().records;
   EXPECT_EQ(FakeDXGI::References(), 0);
   ASSERT_EQ(gpus.size(), 1U);
   EXPECT_EQ(gpus[0].name, "Card");
@@ -280,7 +280,7 @@ TEST_F(DisplaySources, PassOverDirectXAdaptersThatAreNoHardware) {
 
 TEST_F(DisplaySources, AreEmptyWithoutDXGI) {
   const FakeDXGI dxgi({});
-  EXPECT_TRUE(GetDirectXGPUs().empty());
+  EXPECT_TRUE(GetDirectXGPUs().records.empty());
 }
 
 }  // namespace

@@ -1,4 +1,4 @@
-#include "FakeDXGI.h"
+#include "tests/windows/FakeDXGI.h"
 
 #include <windows.h>
 
@@ -9,7 +9,7 @@
 #include <memory>
 #include <optional>
 
-#include "ImportPatch.h"
+#include "tests/windows/ImportPatch.h"
 
 namespace Vexil::Tests {
 namespace {

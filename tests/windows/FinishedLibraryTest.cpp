@@ -6,7 +6,10 @@
 #include <cstddef>
 #include <cstdlib>
 #include <fstream>
+#include <optional>
 #include <regex>
+
+#include "Vexil/Version.h"
 
 namespace Vexil::Tests {
 namespace {
@@ -46,6 +49,30 @@ TEST(FinishedLibrary, ExportsItsOneFunctionAndWhatDriversLookFor) {
   EXPECT_EQ(get_instance(), get_instance());
 }
 
+/// What Windows shows of a file; nothing where the file does not say it.
+std::optional<std::string> DetailOf(const char* file, const std::string& name) {
+  std::vector<char> resource(GetFileVersionInfoSizeA(file, nullptr));
+  GetFileVersionInfoA(file, 0, static_cast<DWORD>(resource.size()), resource.data());
+  void* text = nullptr;
+  UINT size = 0;
+  if (VerQueryValueA(resource.data(), ("\\StringFileInfo\\040904b0\\" + name).c_str(), &text, &size) == FALSE)
+    return {};
+  return static_cast<const char*>(text);
+}
+
+TEST(VersionResource, TellsWhatEachBinaryIs) {
+  // "1.2_1-a10" as four numbers, which is how Windows orders files.
+  const std::string numbers = std::regex_replace(kLibraryVersion, std::regex("[^0-9]+"), ".");
+  for (const char* file : {"vexil.dll", "vexil.exe", "vexil-sim.exe"}) {
+    EXPECT_EQ(DetailOf(file, "ProductName"), "Vexil") << file;
+    EXPECT_EQ(DetailOf(file, "ProductVersion"), kLibraryVersion) << file;
+    EXPECT_EQ(DetailOf(file, "FileVersion"), numbers) << file;
+    EXPECT_EQ(DetailOf(file, "OriginalFilename"), file);
+    EXPECT_NE(DetailOf(file, "FileDescription").value_or(""), "") << file;
+    EXPECT_EQ(DetailOf(file, "CompanyName"), std::nullopt) << file;
+  }
+}
+
 Texts LinesOf(const char* file) {
   std::ifstream stream(file);
   Texts lines;
@@ -69,13 +96,14 @@ bool Has(const Texts& lines, const std::string& pattern) {
                      [&](const std::string& line) { return std::regex_match(line, std::regex(pattern)); });
 }
 
+const std::string kVersion = std::regex_replace(kLibraryVersion, std::regex("\\."), "\\.");
 const std::string kTime = R"(\d\d:\d\d:\d\d,\d\d\d)";
 const std::string kLastLine = kTime + R"( \| INFO  \| Vexil              \| after unloading)";
 
 TEST(Logging, GoesToStandardErrorWhereTheHostHasNotSetItUp) {
   const auto [output, error] = RunLoggingHost("");
   EXPECT_EQ(output, (Texts{"level unset", "appenders 1", "unloaded 1"}));
-  EXPECT_TRUE(Has(error, kTime + R"( \| INFO  \| Vexil              \| Starting Vexil 1\.2_1-a10)"));
+  EXPECT_TRUE(Has(error, kTime + R"( \| INFO  \| Vexil              \| Starting Vexil )" + kVersion));
   EXPECT_TRUE(Has(error, kTime + R"( \| DEBUG \| Vexil              \|   - OpenCL: 0 detected in \d+ ms\.)"));
   EXPECT_TRUE(Has(error, kLastLine));
   for (const std::string& line : error) EXPECT_TRUE(Has({line}, kTime + R"( \| .*)")) << line;
@@ -86,7 +114,7 @@ TEST(Logging, LeavesTheHostsSetUpAlone) {
   EXPECT_EQ(error, Texts{});
   EXPECT_TRUE(Has(output, "level INFO"));
   EXPECT_TRUE(Has(output, "appenders 0"));
-  EXPECT_TRUE(Has(output, R"(HOST INFO Vexil Starting Vexil 1\.2_1-a10)"));
+  EXPECT_TRUE(Has(output, "HOST INFO Vexil Starting Vexil " + kVersion));
   EXPECT_TRUE(Has(output, "HOST ERROR Vexil No matched GPUs found\\."));
   EXPECT_FALSE(Has(output, "HOST DEBUG .*"));
 }

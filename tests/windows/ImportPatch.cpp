@@ -1,4 +1,4 @@
-#include "ImportPatch.h"
+#include "tests/windows/ImportPatch.h"
 
 #include <windows.h>
 

@@ -6,7 +6,7 @@
 #include <iostream>
 #include <set>
 
-#include "LogCapture.h"
+#include "tests/support/LogCapture.h"
 
 // A host that loads the library, has it detect, and unloads it again, then goes on logging. Its arguments:
 // "configured", it sets up log4cxx first; "silent", it detects silently. It tells on standard output what it

@@ -2,7 +2,7 @@
 
 #include <cstdlib>
 
-#include "DetectCommon/OpenCLDetector.h"
+#include "Vexil/DetectCommon/OpenCLDetector.h"
 
 namespace Vexil::Tests {
 namespace {
@@ -10,7 +10,7 @@ namespace {
 // Which OpenCL drivers there are is said by the environment that these tests are started in.
 
 TEST(OpenCLImplementation, IsListedWithItsDevice) {
-  const auto gpus = GetOpenCLGPUs();
+  const auto gpus = GetOpenCLGPUs().records;
   ASSERT_EQ(gpus.size(), 1U);
   const FlatBuffers::OpenCLGPUT& gpu = *gpus.begin();
   EXPECT_EQ(gpu.platform_name, std::getenv("VEXIL_TEST_OPENCL"));
@@ -26,7 +26,7 @@ TEST(OpenCLImplementation, IsListedWithItsDevice) {
               gpu.version_major, gpu.version_minor, gpu.driver_version.c_str());
 }
 
-TEST(OpenCLLoaderWithoutDrivers, ListsNothing) { EXPECT_TRUE(GetOpenCLGPUs().empty()); }
+TEST(OpenCLLoaderWithoutDrivers, ListsNothing) { EXPECT_TRUE(GetOpenCLGPUs().records.empty()); }
 
 }  // namespace
 }  // namespace Vexil::Tests

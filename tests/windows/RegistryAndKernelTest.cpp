@@ -1,9 +1,9 @@
 #include <gtest/gtest.h>
 #include <windows.h>
 
-#include "ImportPatch.h"
-#include "Windows/Kernel.h"
-#include "Windows/Registry.h"
+#include "Vexil/Platform/Kernel.h"
+#include "Vexil/Platform/Registry.h"
+#include "tests/windows/ImportPatch.h"
 
 namespace Vexil::Tests {
 namespace {

@@ -1,4 +1,4 @@
-#include "SeededDesktop.h"
+#include "tests/windows/SeededDesktop.h"
 
 #include <fmt/format.h>
 #include <windows.h>
