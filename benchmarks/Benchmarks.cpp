@@ -7,22 +7,21 @@
 #include <log4cxx/logger.h>
 #include <log4cxx/propertyconfigurator.h>
 
-#include <chrono>
 #include <fstream>
-#include <map>
 
-#include "BareCalls.h"
-#include "FlatBuffers/DetectionResult_generated.h"
-#include "NvidiaMachine.h"
-#include "Simulation.h"
-#include "Vexil.h"
+#include "Vexil/FlatBuffers/DetectionResult_generated.h"
+#include "Vexil/NVIDIA/NvAPILoader.h"
+#include "Vexil/Vexil.h"
+#include "benchmarks/OwnTime.h"
+#include "benchmarks/Workstation.h"
+#include "simulation/Simulation.h"
 
-namespace Vexil::Bench {
+namespace Vexil::Benchmarks {
 namespace {
 
 constexpr const char* kNowhere = "/dev/null";
 
-class BenchDetector : public Detector {};
+class BenchmarkDetector : public Detector {};
 
 void SetLogging(bool on) {
   log4cxx::Logger::getLogger("Vexil")->setLevel(on ? log4cxx::Level::getDebug() : log4cxx::Level::getOff());
@@ -40,72 +39,42 @@ void SendLogNowhere() {
   log4cxx::PropertyConfigurator::configure(properties);
 }
 
-/// The number of driver calls, with everything in place that the first two times leave for the life of the
-/// process: the first report keeps NVAPI up, and the second detection fetches its functions.
-std::uint64_t CallsOf(const std::function<void()>& work) {
-  work();
-  work();
-  const std::uint64_t before = Simulation::Observed().calls;
-  work();
-  return Simulation::Observed().calls - before;
-}
-
 /// As a new process on another machine, with logging off.
-void BeginAnew(std::size_t gpus) {
+void StartOver(std::size_t gpus) {
   SetLogging(false);
-  Simulation::EndProcess();
-  Simulation::SetMachine(NvidiaMachine(gpus));
+  while (NvAPI_Unload() != NVAPI_API_NOT_INITIALIZED) continue;
+  Simulation::SetMachine(Workstation(gpus));
 }
 
-template <typename Work>
-double SecondsPerRun(benchmark::State& state, const Work& work) {
-  const auto start = std::chrono::steady_clock::now();
-  for (auto _ : state) work();
-  const std::chrono::duration<double> taken = std::chrono::steady_clock::now() - start;
-  return taken.count() / static_cast<double>(state.iterations());
-}
-
-/// Seconds that the bare calls took, by number of GPUs and logging.
-std::map<std::pair<std::int64_t, std::int64_t>, double>& BareSeconds() {
-  static std::map<std::pair<std::int64_t, std::int64_t>, double> seconds;
-  return seconds;
-}
-
-void BM_BareDriverCalls(benchmark::State& state) {
-  const auto gpus = static_cast<std::size_t>(state.range(0));
-  BeginAnew(gpus);
-  const auto make_calls = [gpus, for_report = state.range(1) != 0] { MakeBareCalls(gpus, for_report); };
-  state.counters["calls"] = static_cast<double>(CallsOf(make_calls));
-  BareSeconds()[{state.range(0), state.range(1)}] = SecondsPerRun(state, make_calls);
-}
-
+/// The time of a benchmark is the library's own; that inside the calls stands beside it.
 void BM_Detect(benchmark::State& state) {
-  const auto gpus = static_cast<std::size_t>(state.range(0));
-  BeginAnew(gpus);
-  const bool logs = state.range(1) != 0;
-  SetLogging(logs);
-  BenchDetector detector;
+  StartOver(static_cast<std::size_t>(state.range(0)));
+  SetLogging(state.range(1) != 0);
+  BenchmarkDetector detector;
   const auto detect = [&] { benchmark::DoNotOptimize(detector.Detect({})); };
-  const std::uint64_t calls = CallsOf(detect);
-  if (calls != CallsOf([=] { MakeBareCalls(gpus, logs); })) {
-    return state.SkipWithError("the bare calls are not those of a detection");
+  // The first two leave things for the life of the process: NVAPI for live figures, and its functions.
+  detect();
+  detect();
+  OwnTime sum;
+  for (auto _ : state) {
+    const OwnTime time = Measure(detect);
+    state.SetIterationTime(time.own * 1e-9);
+    sum.calls += time.calls;
+    sum.number = time.number;
   }
-  state.counters["calls"] = static_cast<double>(calls);
-  const double seconds = SecondsPerRun(state, detect);
-  const auto bare = BareSeconds().find({state.range(0), state.range(1)});
-  if (bare != BareSeconds().end()) state.counters["ratio"] = seconds / bare->second;
+  state.counters["calls"] = static_cast<double>(sum.number);
+  state.counters["us_in_calls"] = sum.calls * 1e-3 / static_cast<double>(state.iterations());
 }
-
-void EachMachine(benchmark::internal::Benchmark* benchmark) {
-  benchmark->ArgNames({"gpus", "log"})->ArgsProduct({{1, 2, 8, 64}, {0, 1}})->Unit(benchmark::kMicrosecond);
-}
-BENCHMARK(BM_BareDriverCalls)->Apply(EachMachine);
-BENCHMARK(BM_Detect)->Apply(EachMachine);
+BENCHMARK(BM_Detect)
+    ->ArgNames({"gpus", "log"})
+    ->ArgsProduct({{1, 2, 8, 64}, {0, 1}})
+    ->Unit(benchmark::kMicrosecond)
+    ->UseManualTime();
 
 /// A detector that has detected.
 Detector& DetectorOf(std::size_t gpus) {
-  static BenchDetector detector;
-  BeginAnew(gpus);
+  static BenchmarkDetector detector;
+  StartOver(gpus);
   detector.Detect({});
   return detector;
 }
@@ -193,11 +162,11 @@ void AddQueries() {
 }
 
 }  // namespace
-}  // namespace Vexil::Bench
+}  // namespace Vexil::Benchmarks
 
 int main(int argc, char** argv) {
-  Vexil::Bench::SendLogNowhere();
-  Vexil::Bench::AddQueries();
+  Vexil::Benchmarks::SendLogNowhere();
+  Vexil::Benchmarks::AddQueries();
   benchmark::Initialize(&argc, argv);
   if (benchmark::ReportUnrecognizedArguments(argc, argv)) return 1;
   benchmark::RunSpecifiedBenchmarks();
