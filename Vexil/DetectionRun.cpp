@@ -5,6 +5,7 @@
 #include "Vexil/DetectGPUWindows/Matching.h"
 #include "Vexil/DetectGPUWindows/Monitors.h"
 #include "Vexil/DetectorImpl.h"
+#include "Vexil/Platform/RunScope.h"
 #include "Vexil/Report/LogReport.h"
 #include "Vexil/SystemInfo/WindowsSystemInfo.h"
 #include "Vexil/Version.h"
@@ -43,6 +44,7 @@ Account AskSource(const Source<Record>& source, DetectorsOutputT& output) {
 
 bool Detector::Impl::Detect() {
   const LogSilencer silencer(options.Silent);
+  const RunScope scope;
   Clear();
   LOG_INFO("Starting Vexil {}", kLibraryVersion);
   const Stopwatch run_stopwatch;

@@ -18,76 +18,76 @@ Detector::~Detector() = default;
 int Detector::GetVersion() const { return 1; }
 
 bool Detector::Detect(const DetectOptions& options) {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   m_impl->options = options;
   m_impl->state = m_impl->Detect() ? DetectionState::Succeeded : DetectionState::Failed;
   return m_impl->state == DetectionState::Succeeded;
 }
 
 GPUIDs Detector::GetGPUIDs() {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   if (!m_impl->EnsureResults()) return {};
   return Vexil::GetGPUIDs(m_impl->gpus);
 }
 
 GPUIDs Detector::GetGPUIDsByVendor(Vendor vendor) {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   if (!m_impl->EnsureResults()) return {};
   return Vexil::GetGPUIDsByVendor(m_impl->gpus, vendor);
 }
 
 GPUIDs Detector::GetGPUIDsByAPI(ComputeAPI api) {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   if (!m_impl->EnsureResults()) return {};
   return Vexil::GetGPUIDsByAPI(m_impl->gpus, api);
 }
 
 GPUIDs Detector::GetGPUIDsByType(GPUType type) {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   if (!m_impl->EnsureResults()) return {};
   return Vexil::GetGPUIDsByType(m_impl->gpus, type);
 }
 
 GPUIDs Detector::FindGPUIDs(const std::string& text) {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   if (!m_impl->EnsureResults()) return {};
   return Vexil::FindGPUIDs(m_impl->gpus, text);
 }
 
 std::string Detector::GetMainDisplayGPUID() {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   return m_impl->EnsureResults() ? m_impl->main_display_gpu_id : std::string();
 }
 
 const GPUT& Detector::GetMainDisplayGPU() { return GetGPU(GetMainDisplayGPUID()); }
 
 GPUIDs Detector::GetPeerGPUIDs(const std::string& gpu_id, ComputeAPI api) {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   if (!m_impl->EnsureResults()) return {};
   const auto peers = FindPeers(m_impl->gpus, gpu_id, api);
   return {peers.begin(), peers.end()};
 }
 
 const GPUT& Detector::GetGPU(const std::string& gpu_id) {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   const GPUT* gpu = m_impl->EnsureResults() ? FindGPUByID(m_impl->gpus, gpu_id) : nullptr;
   return gpu != nullptr ? *gpu : m_impl->invalid_gpu;
 }
 
 const std::vector<GPUT>& Detector::GetGPUs() {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   m_impl->EnsureResults();
   return m_impl->gpus;
 }
 
 const std::vector<FlatBuffers::MonitorT>& Detector::GetMonitors() {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   m_impl->EnsureResults();
   return m_impl->monitors;
 }
 
 const FlatBuffers::SystemT& Detector::GetSystem() {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   m_impl->EnsureResults();
   return m_impl->system;
 }
@@ -97,7 +97,7 @@ bool Detector::GetSystemMemory(std::uint64_t& available, std::uint64_t& total) {
 }
 
 bool Detector::GetGPUMemory(const std::string& gpu_id, std::uint64_t& free, std::uint64_t& total) {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   m_impl->EnsureResults();
   const auto* matched = m_impl->matched_gpus.Find(gpu_id);
   return matched != nullptr && QueryGPUMemory(**matched, free, total);
@@ -106,19 +106,19 @@ bool Detector::GetGPUMemory(const std::string& gpu_id, std::uint64_t& free, std:
 void Detector::Reserved() {}
 
 bool Detector::SaveToFile(const std::string& path) {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   m_impl->EnsureResults();
   return SaveResult(m_impl->ToResult(), path);
 }
 
 bool Detector::WriteTo(std::ostream& stream) {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   m_impl->EnsureResults();
   return WriteResult(m_impl->ToResult(), stream);
 }
 
 bool Detector::Serialize(std::vector<std::uint8_t>& buffer) {
-  const std::lock_guard lock(m_impl->mutex);
+  const Impl::Lock lock(*m_impl);
   m_impl->EnsureResults();
   PackResult(m_impl->ToResult(), buffer);
   return true;

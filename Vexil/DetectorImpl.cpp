@@ -1,8 +1,23 @@
 #include "Vexil/DetectorImpl.h"
 
+#include <system_error>
+
 #include "Vexil/Version.h"
 
 namespace Vexil {
+
+Detector::Impl::Lock::Lock(Impl& impl) : m_impl(impl) {
+  if (impl.owner == std::this_thread::get_id()) {
+    throw std::system_error(std::make_error_code(std::errc::resource_deadlock_would_occur));
+  }
+  impl.mutex.lock();
+  impl.owner = std::this_thread::get_id();
+}
+
+Detector::Impl::Lock::~Lock() {
+  m_impl.owner = std::thread::id();
+  m_impl.mutex.unlock();
+}
 
 bool Detector::Impl::EnsureResults() {
   if (state == DetectionState::NotRun) state = Detect() ? DetectionState::Succeeded : DetectionState::Failed;

@@ -1,9 +1,11 @@
 #pragma once
 
 #include <array>
+#include <atomic>
 #include <memory>
 #include <mutex>
 #include <string>
+#include <thread>
 #include <vector>
 
 #include "Vexil/Common/Account.h"
@@ -27,6 +29,19 @@ struct RunAccount {
 /// What a Detector knows, and the run that finds it out. Every function expects the mutex to be held.
 class Detector::Impl {
  public:
+  /// Holds the mutex. Throws std::system_error where this thread holds it already: a log appender of the host's runs
+  /// under it, and might ask the Detector.
+  class Lock {
+   public:
+    explicit Lock(Impl& impl);
+    ~Lock();
+    Lock(const Lock&) = delete;
+    Lock& operator=(const Lock&) = delete;
+
+   private:
+    Impl& m_impl;
+  };
+
   Impl() { invalid_gpu.name = "Invalid"; }
 
   /// Runs a detection and replaces all results. True when a GPU was found.
@@ -42,6 +57,8 @@ class Detector::Impl {
   std::vector<FlatBuffers::MonitorT> monitors;
   FlatBuffers::SystemT system;
   std::mutex mutex;
+  /// The thread that holds the mutex.
+  std::atomic<std::thread::id> owner;
   DetectionState state = DetectionState::NotRun;
   DetectOptions options;
   /// Made by each run whose options have KeepMarker set, deleted by the next run.

@@ -69,21 +69,34 @@ class IInterface {
 /// **Texts** are the bytes that Windows and the drivers gave: in the machine's ANSI code page, so other
 /// than ASCII letters are not always UTF-8.
 ///
-/// **Lifetime.** What is returned by reference stays valid until the next Detect(). Records held by
-/// shared pointers may be kept longer; they are never changed after the run that made them.
+/// **Lifetime.** What is returned by reference stays valid until the next Detect(), that of another thread
+/// included: reading it meanwhile is a data race. Records held by shared pointers may be kept longer; they are
+/// never changed after the run that made them.
 ///
 /// **Threads.** Every operation may be called from any thread. GetVersion, GetSystemMemory and
 /// Reserved return at once; all others take the object's one lock and so wait for a detection that is running.
+/// Where the thread that holds the lock asks again, as a log appender or WriteTo's stream could, they throw
+/// std::system_error with std::errc::resource_deadlock_would_occur.
 ///
 /// **Failure.** A vendor library that is missing or fails costs only what it would have told. A
 /// detection that finds no GPU at all has failed: identifiers are empty, lookups return the record
 /// named "Invalid", the system record and raw records are there all the same. The only exceptions are
-/// the standard library's: out of memory, std::system_error where the lock fails, and std::out_of_range
-/// where a driver's version text holds a number beyond 32 bits; WriteTo throws what its stream is set to
-/// throw. They leave the object usable.
+/// the standard library's: out of memory, std::system_error where the lock fails or its holder asks again,
+/// and std::out_of_range where a driver's version text holds a number beyond 32 bits; WriteTo throws what its
+/// stream is set to throw. They leave the object usable.
+///
+/// **A detection that threw** leaves what it had stored by then, mostly nothing: lists are empty, lookups
+/// return the record named "Invalid", the system record is there if the run came that far. Where no detection
+/// had finished before, the next query detects. Otherwise queries answer from what is left, and after a
+/// detection that had found a GPU GetMainDisplayGPUID still names that one's, unless the run came to choose anew.
 ///
 /// **Logging** goes to the log4cxx logger "Vexil". Where the host has configured log4cxx before its
 /// first GetInstance, its configuration is left as it is; otherwise lines go to standard error.
+///
+/// **Log appenders** of the host's run inside the operation that logs, under the object's lock. They may call
+/// GetVersion, GetSystemMemory and Reserved, nothing else: other operations throw on the same thread (see
+/// Threads), and on another thread, where the appender waits for it, both wait for ever. What an appender
+/// throws ends in the log call: that line is lost, the operation goes on.
 ///
 /// **Binary interface.** Standard library types cross it: use the compiler and the runtime that the
 /// library was built with.
@@ -136,7 +149,9 @@ class Detector : public IInterface {
 
   /// Video memory of one GPU at this moment, in bytes, asked of the driver at every call. NVIDIA GPUs
   /// answer through NVAPI, AMD GPUs through OpenCL. False for others and for an unknown `gpu_id`, which
-  /// leaves the arguments untouched, and where the driver was asked and failed, which makes them 0.
+  /// leaves the arguments untouched, and where the driver was asked and failed, which makes them 0. Both
+  /// drivers count in KiB, which are taken for 1000 bytes (AMD's `total` is exact), so figures read less than
+  /// vram_mib.
   virtual bool GetGPUMemory(const std::string& gpu_id, std::uint64_t& free, std::uint64_t& total);
 
   /// Does nothing; keeps the places of the operations after it.
@@ -144,7 +159,7 @@ class Detector : public IInterface {
 
   /// Writes all results to a file as a FlatBuffers buffer with the root table DetectionResult (see
   /// DetectionResult.fbs), also after a failed run. An existing file is replaced. True when the file
-  /// could be opened; whether the whole buffer reached the disk is not told.
+  /// could be opened; whether the whole buffer reached the disk is not told. False for a path with a NUL in it.
   virtual bool SaveToFile(const std::string& path);
   /// The same buffer, to a stream opened for binary output. True when the stream is good afterwards.
   virtual bool WriteTo(std::ostream& stream);

@@ -26,11 +26,13 @@ target_compile_options(vexil_settings INTERFACE "$<$<COMPILE_LANGUAGE:CXX>:${opt
 
 if(MINGW)
   target_link_options(vexil_settings INTERFACE -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
-  # The stack protector's few functions go into each file, so that no DLL has to be shipped for them.
-  target_link_libraries(vexil_settings INTERFACE -l:libssp.a)
+  # The stack protector's few functions, as a library that cannot be checked by itself.
+  add_library(vexil_stack_guard STATIC ${CMAKE_CURRENT_LIST_DIR}/StackGuard.cpp)
+  target_compile_options(vexil_stack_guard PRIVATE -O2 -fno-stack-protector)
+  target_link_libraries(vexil_settings INTERFACE vexil_stack_guard)
 endif()
 
 if(VEXIL_SANITIZE)
-  add_compile_options(-fsanitize=address,undefined -fno-sanitize-recover=all -fno-omit-frame-pointer)
-  add_link_options(-fsanitize=address,undefined)
+  add_compile_options(-fsanitize=${VEXIL_SANITIZE} -fno-sanitize-recover=all -fno-omit-frame-pointer)
+  add_link_options(-fsanitize=${VEXIL_SANITIZE})
 endif()

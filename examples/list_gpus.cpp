@@ -1,10 +1,13 @@
 // Lists the GPUs of this machine, the one that drives the main display first.
 
 #include <Vexil/Vexil.h>
+#include <windows.h>
 
 #include <iostream>
 
 int main() {
+  // Drivers are taken from Windows' own folder only, not from beside the program, the current folder or PATH.
+  SetDefaultDllDirectories(LOAD_LIBRARY_SEARCH_SYSTEM32);
   Vexil::Detector* vexil = GetInstance();
   const std::string main_id = vexil->GetMainDisplayGPUID();
   const auto print = [](const Vexil::FlatBuffers::GPUT& gpu) {

@@ -285,6 +285,7 @@ static void ReadMembers(Members& m, OpenCLPlatform& to) {
   m("claimed_count", to.claimed_count);
   m("devices", to.devices);
   m("claimed_text_size", to.claimed_text_size);
+  m("shares_first_device", to.shares_first_device);
 }
 
 /// What all vendors' libraries have.
@@ -363,6 +364,8 @@ static void ReadMembers(Members& m, NVAPIDisplay& to) {
   m("attached", to.attached);
   m("gpus", to.gpus);
   m("claimed_gpus", to.claimed_gpus);
+  constexpr std::size_t kMostGPUs = 64;
+  if (to.gpus.size() > kMostGPUs) m.From().Fail("expected 64 GPUs at most");
   to.name = display.name;
 }
 

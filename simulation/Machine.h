@@ -78,6 +78,8 @@ struct OpenCLPlatform {
   std::optional<std::int64_t> claimed_count;
   std::vector<OpenCLDevice> devices;
   std::optional<std::uint64_t> claimed_text_size = {};
+  /// For every DXGI adapter it names its first device as the one that shares with it.
+  bool shares_first_device = false;
 };
 
 struct OpenCL : Library {
@@ -198,6 +200,8 @@ struct Machine {
   std::optional<NVAPI> nvapi;
   std::optional<ADL> adl;
   std::vector<Failure> failures;
+  /// Only every other call claims the counts that are claimed; those between tell the truth.
+  bool has_unsteady_counts = false;
 };
 
 }  // namespace Vexil::Simulation

@@ -10,6 +10,8 @@ constexpr int kInvalidValue = 1;
 constexpr int kInvalidDevice = 101;
 constexpr int kUnknownError = 999;
 
+constexpr const char* kName = "nvcuda.dll";
+
 // The driver hands out devices that are not their ordinals, as it may.
 constexpr int kFirstDevice = 16;
 
@@ -33,7 +35,9 @@ int Tell(const std::optional<From>& value, To* to) {
 
 int cuInit(unsigned flags) {
   if (EntryFails(SimulatedCUDA(), "cuInit")) return kUnknownError;
-  return flags == 0 ? kSuccess : kInvalidValue;
+  if (flags != 0) return kInvalidValue;
+  if (!IsUp(kName)) CountUp(kName, 1);
+  return kSuccess;
 }
 
 int cuDeviceGetCount(int* count) {
@@ -96,7 +100,7 @@ int cuDriverGetVersion(int* version) {
 }  // namespace
 
 const SimulatedLibrary& SimulatedCUDA() {
-  static const SimulatedLibrary library = {"nvcuda.dll",
+  static const SimulatedLibrary library = {kName,
                                            [] { return Installed(TheMachine().cuda); },
                                            {{"cuInit", ToSymbol<cuInit>()},
                                             {"cuDeviceGetCount", ToSymbol<cuDeviceGetCount>()},
@@ -106,7 +110,9 @@ const SimulatedLibrary& SimulatedCUDA() {
                                             {"cuDeviceTotalMem_v2", ToSymbol<cuDeviceTotalMem_v2>()},
                                             {"cuDeviceCanAccessPeer", ToSymbol<cuDeviceCanAccessPeer>()},
                                             {"cuGetErrorName", ToSymbol<cuGetErrorName>()},
-                                            {"cuDriverGetVersion", ToSymbol<cuDriverGetVersion>()}}};
+                                            {"cuDriverGetVersion", ToSymbol<cuDriverGetVersion>()}},
+                                           {},
+                                           true};
   return library;
 }
 

@@ -45,7 +45,8 @@ std::optional<int> TakeStatus() { return std::exchange(t_status, std::nullopt); 
 
 bool EntryFails(const SimulatedLibrary& library, std::string_view call, std::string_view parameter,
                 std::int64_t device) {
-  if (Observed().open.at(library.file_name) <= 0) ReportMisuse(std::string(call) + " of a closed library");
+  const bool is_loaded = Observed().open.at(library.file_name) > 0 || Observed().pinned.contains(library.file_name);
+  if (!is_loaded) ReportMisuse(std::string(call) + " of a closed library");
   const std::optional<Failure> failure = FailureOf(call, parameter, device);
   if (library.installed() == nullptr) return true;
   if (!failure) return false;

@@ -24,6 +24,8 @@ struct SimulatedLibrary {
   std::map<std::string, Symbol> exports;
   /// Functions that the library hands out in another way.
   std::set<std::string> functions = {};
+  /// The driver is up until its library leaves memory: there is no call that ends it.
+  bool is_up_while_loaded = false;
 };
 
 /// Every entry point passes here first. True when it has to fail at once; what it then returns, or returns
@@ -96,7 +98,8 @@ const Element* At(const std::vector<Element>& elements, std::int64_t index) {
 /// The number of devices that a library claims.
 template <typename Number, typename Element>
 Number Count(const std::optional<std::int64_t>& claimed, const std::vector<Element>& elements) {
-  return static_cast<Number>(claimed.value_or(static_cast<std::int64_t>(elements.size())));
+  const bool is_true = TheMachine().has_unsteady_counts && Observed().calls % 2 == 0;
+  return static_cast<Number>(claimed && !is_true ? *claimed : static_cast<std::int64_t>(elements.size()));
 }
 
 }  // namespace Vexil::Simulation

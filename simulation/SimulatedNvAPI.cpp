@@ -25,8 +25,11 @@ constexpr const char* kName = "nvapi64.dll";
 constexpr std::uintptr_t kFirstGPU = 0xA0100;
 constexpr std::uintptr_t kFirstDisplay = 0xA0200;
 
-/// The GPUs' handles die with the library: after it was loaded again they have other values.
-std::uintptr_t FirstGPU() { return kFirstGPU + static_cast<std::uintptr_t>(Observed().loads.at(kName) - 1) * 0x1000; }
+/// The GPUs' handles die with the last NvAPI_Unload: when NVAPI is up again they have other values.
+std::uintptr_t FirstGPU() {
+  const auto starts = Observed().starts.find(kName);
+  return kFirstGPU + (starts != Observed().starts.end() ? static_cast<std::uintptr_t>(starts->second - 1) * 0x1000 : 0);
+}
 
 Handle GPUHandle(std::size_t index) { return reinterpret_cast<Handle>(FirstGPU() + index); }
 std::int64_t IndexFrom(std::uintptr_t first, Handle handle) {
@@ -112,7 +115,7 @@ int GetUnAttachedAssociatedDisplayName(Handle display, ShortString name) {
 int GetPhysicalGPUsFromDisplay(Handle display, Handle* gpus, Number* count) {
   const NVAPIDisplay* found = nullptr;
   if (const int refusal = Refusal("NvAPI_GetPhysicalGPUsFromDisplay", display, found)) return refusal;
-  for (const std::size_t index : found->gpus) *gpus++ = GPUHandle(index);
+  for (std::size_t i = 0; i < std::min(found->gpus.size(), kMostGPUs); ++i) gpus[i] = GPUHandle(found->gpus[i]);
   *count = Count<Number>(found->claimed_gpus, found->gpus);
   return kOK;
 }

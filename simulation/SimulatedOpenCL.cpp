@@ -118,7 +118,9 @@ int clGetDeviceIDs(Handle platform, std::uint64_t type, Number room, Handle* dev
 /// What only devices with the vendor's extension answer.
 int TellNVIDIA(const OpenCLDevice& device, Number parameter, const Answer& answer) {
   if (!device.pci) return kInvalidValue;
-  return answer.Value<Number>(std::optional(parameter == 0x4008 ? device.pci->bus : device.pci->device));
+  // NVIDIA's "slot" is device and function.
+  const Number slot = device.pci->device << 3 | device.pci->function;
+  return answer.Value<Number>(std::optional(parameter == 0x4008 ? device.pci->bus : slot));
 }
 
 int TellTopology(const OpenCLDevice& device, const Answer& answer) {
@@ -150,8 +152,12 @@ int TellAMD(const OpenCLDevice& device, Number parameter, const Answer& answer) 
 }
 
 int TellPeers(Handle handle, const OpenCLDevice& device, Number parameter, const Answer& answer) {
-  if (parameter == 0x4088)
-    return answer.Value<std::uint64_t>(std::optional(device.peer_count.value_or(device.peers.size())));
+  if (parameter == 0x4088) {
+    const std::uint64_t count = device.peer_count.value_or(device.peers.size());
+    // As AMD does it, into half of the caller's eight bytes.
+    const bool is_small = count <= ~Number{0};
+    return is_small ? answer.Value<Number>(std::optional(count)) : answer.Value<std::uint64_t>(std::optional(count));
+  }
   std::vector<Handle> peers;
   for (const std::size_t index : device.peers) peers.push_back(ToHandle(PlatformOf(handle), index));
   return answer.Bytes(peers.data(), peers.size() * sizeof(Handle));
@@ -188,10 +194,12 @@ int clGetDeviceIDsFromD3D10KHR(Handle platform, Number source, void* object, Num
   constexpr Number kPreferredDevices = 0x4012;
   if (source != kDXGIAdapter || set != kPreferredDevices) return kInvalidValue;
   const std::optional<std::uint64_t> luid = AdapterLUID(object);
-  const auto& all = FindPlatform(platform)->devices;
+  const OpenCLPlatform& found = *FindPlatform(platform);
+  const auto& all = found.devices;
   std::vector<Handle> handles;
   for (std::size_t index = 0; index < all.size(); ++index) {
-    if (luid && all[index].luid == luid) handles.push_back(ToHandle(PlatformOf(platform), index));
+    const bool shares = found.shares_first_device ? index == 0 : luid && all[index].luid == luid;
+    if (shares) handles.push_back(ToHandle(PlatformOf(platform), index));
   }
   if (handles.empty()) return kDeviceNotFound;
   return Handles(handles, std::nullopt, room, devices, count);

@@ -39,6 +39,11 @@ void* OpenLibrary(const char* file_name, std::uint32_t& error) {
   return nullptr;
 }
 
+void PinLibrary(const char* file_name) {
+  const InsideCall inside;
+  Pin(file_name);
+}
+
 std::string SystemErrorText(std::uint32_t error) {
   switch (error) {
     case kModuleNotFound: return "Module not found.";
@@ -61,7 +66,9 @@ void CloseLibrary(void* library) {
   const InsideCall inside;
   const auto& simulated = *static_cast<const SimulatedLibrary*>(library);
   CountOpen(simulated.file_name, -1);
-  if (Observed().open.at(simulated.file_name) < 0) ReportMisuse(std::string(simulated.file_name) + " closed twice");
+  const int open = Observed().open.at(simulated.file_name);
+  if (open < 0) ReportMisuse(std::string(simulated.file_name) + " closed twice");
+  if (open == 0 && simulated.is_up_while_loaded && IsUp(simulated.file_name)) CountUp(simulated.file_name, -1);
 }
 
 // Kernel and registry

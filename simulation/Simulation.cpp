@@ -43,6 +43,11 @@ void SetMachine(Machine machine) {
 
 const Machine& TheMachine() { return TheState().machine; }
 
+void BeginProcess() {
+  const std::lock_guard lock(TheState().mutex);
+  TheState().observed = {};
+}
+
 const Observations& Observed() { return TheState().observed; }
 
 void WatchCalls(CallWatcher watcher) { TheState().watcher = std::move(watcher); }
@@ -58,8 +63,11 @@ InsideCall::~InsideCall() {
 
 std::optional<Failure> FailureOf(std::string_view call, std::string_view parameter, std::int64_t device) {
   State& state = TheState();
-  const std::lock_guard lock(state.mutex);
-  const std::uint64_t number = ++state.observed.calls;
+  std::uint64_t number = 0;
+  {
+    const std::lock_guard lock(state.mutex);
+    number = ++state.observed.calls;
+  }
   const auto& failures = state.machine.failures;
   if (state.watcher && state.watcher(number, call, parameter)) return Failure{std::string(call), {}};
   const auto failure = std::find_if(failures.begin(), failures.end(), [&](const Failure& candidate) {
@@ -77,13 +85,21 @@ bool CallFails(std::string_view call, std::int64_t device) { return CallFails(ca
 void CountOpen(const std::string& library, int change) {
   const std::lock_guard lock(TheState().mutex);
   Observations& observed = TheState().observed;
-  if (observed.open[library] == 0 && change > 0) ++observed.loads[library];
+  const bool is_loaded = observed.open[library] > 0 || observed.pinned.contains(library);
+  if (change > 0 && !is_loaded) ++observed.loads[library];
   observed.open[library] += change;
 }
 
 void CountUp(const std::string& library, int change) {
   const std::lock_guard lock(TheState().mutex);
-  TheState().observed.up[library] += change;
+  Observations& observed = TheState().observed;
+  if (change > 0 && observed.up[library] == 0) ++observed.starts[library];
+  observed.up[library] += change;
+}
+
+void Pin(const std::string& library) {
+  const std::lock_guard lock(TheState().mutex);
+  TheState().observed.pinned.insert(library);
 }
 
 bool IsUp(const std::string& library) {

@@ -4,6 +4,7 @@
 #include <functional>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -24,17 +25,23 @@ struct Observations {
   // In this process. By library: opened and not yet closed, started and not yet shut down.
   std::map<std::string, int> open;
   std::map<std::string, int> up;
-  /// How often it came into memory.
+  /// How often it came into memory, and how often its driver was started that had not been up.
   std::map<std::string, int> loads;
+  std::map<std::string, int> starts;
+  /// Never to leave memory.
+  std::set<std::string> pinned;
 };
 
 /// Takes the place of the machine before. Nothing may be running on it.
 void SetMachine(Machine machine);
 const Machine& TheMachine();
 const Observations& Observed();
+/// Forgets what was seen of the process: the next call is the first one of a new process.
+void BeginProcess();
 
 /// Is told of every call, by its number, counted from 1, its name and its parameter; where it says so the call
-/// fails, also one that the machine itself lets pass. SetMachine forgets it.
+/// fails, also one that the machine itself lets pass. It may throw, as drivers do, and is told by whatever thread
+/// calls. SetMachine forgets it.
 using CallWatcher = std::function<bool(std::uint64_t number, std::string_view call, std::string_view parameter)>;
 void WatchCalls(CallWatcher watcher);
 
@@ -62,6 +69,7 @@ bool CallFails(std::string_view call, std::int64_t device);
 
 void CountOpen(const std::string& library, int change);
 void CountUp(const std::string& library, int change);
+void Pin(const std::string& library);
 bool IsUp(const std::string& library);
 void ReportMisuse(const std::string& what);
 

@@ -11,6 +11,7 @@
 #include "Vexil/Common/Patterns.h"
 #include "Vexil/Common/Text.h"
 #include "Vexil/Common/Unknown.h"
+#include "Vexil/Platform/RunScope.h"
 
 namespace Vexil {
 
@@ -60,8 +61,8 @@ AMDDisplayLibrary::AMDDisplayLibrary() : VendorLibrary(kFileName, kStatusNames, 
 AMDDisplayLibrary::~AMDDisplayLibrary() {
   if (m_initialized) {
     ADL_Main_Control_Destroy();
-  } else {
-    LeaveOpen();
+  } else if (IsOpen()) {
+    PinLibrary(kFileName);
   }
 }
 
@@ -172,16 +173,16 @@ bool AMDDisplayLibrary::GetDriverVersion(std::string& version, std::int32_t& maj
 }
 
 Answer<AMDDLGPUT> GetAMDDLGPUs() {
-  AMDDisplayLibrary library;
+  const auto library = RunScope::Get<AMDDisplayLibrary>();
   std::vector<AMDDLGPUT> gpus;
-  library.EnumerateGPUs(gpus);
-  return {std::move(gpus), library.TheAccount()};
+  library->EnumerateGPUs(gpus);
+  return {std::move(gpus), library->TakeAccount()};
 }
 
 bool GetAMDDriverVersion(std::string& version, std::int32_t& major, std::int32_t& minor, Account& account) {
-  AMDDisplayLibrary library;
-  const bool told = library.GetDriverVersion(version, major, minor);
-  account.Append(library.TheAccount(), kDriverVersionFields);
+  const auto library = RunScope::Get<AMDDisplayLibrary>();
+  const bool told = library->GetDriverVersion(version, major, minor);
+  account.Append(library->TakeAccount(), kDriverVersionFields);
   return told;
 }
 

@@ -21,7 +21,9 @@ std::string FormatUse(std::uint64_t free, std::uint64_t total) {
   return FormatSize(total - std::min(free, total)) + " used of " + FormatSize(total);
 }
 
-std::string FormatMiB(std::int32_t mib) {
+std::string FormatMiB(std::int32_t mib) { return FormatSize(std::uint64_t{static_cast<std::uint32_t>(mib)} << 20); }
+
+std::string FormatMiBInReport(std::int32_t mib) {
   const auto kib = static_cast<std::int32_t>(static_cast<std::uint32_t>(mib) << 10);
   return FormatSize(static_cast<std::uint64_t>(std::int64_t{kib}) << 10);
 }

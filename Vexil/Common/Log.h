@@ -2,6 +2,7 @@
 
 #include <fmt/format.h>
 
+#include <cstdint>
 #include <memory>
 #include <string>
 
@@ -22,7 +23,10 @@ struct LogSite {
 void SetUpLogging();
 
 bool IsLogEnabled(LogLevel level);
+/// An appender of the host's that throws loses the line, and nothing else.
 void WriteLog(LogLevel level, const std::string& text, const LogSite& site);
+/// How many lines were lost in this process.
+std::uint64_t LostLogLines();
 
 /// Turns the library's logger off and, when it goes, gives back the level that the logger had of its
 /// own, which may be none.

@@ -8,8 +8,12 @@
 #include <log4cxx/spi/location/locationinfo.h>
 #include <log4cxx/spi/loggerrepository.h>
 
+#include <atomic>
+
 namespace Vexil {
 namespace {
+
+std::atomic<std::uint64_t> lost_lines = 0;
 
 const log4cxx::LoggerPtr& VexilLogger() {
   static const log4cxx::LoggerPtr logger = log4cxx::Logger::getLogger("Vexil");
@@ -56,9 +60,15 @@ bool IsLogEnabled(LogLevel level) { return VexilLogger()->isEnabledFor(ToLog4cxx
 
 void WriteLog(LogLevel level, const std::string& text, const LogSite& site) {
   using log4cxx::spi::LocationInfo;
-  const LocationInfo location(site.file, LocationInfo::calcShortFileName(site.file), site.function, site.line);
-  VexilLogger()->forcedLog(ToLog4cxx(level), text, location);
+  try {
+    const LocationInfo location(site.file, LocationInfo::calcShortFileName(site.file), site.function, site.line);
+    VexilLogger()->forcedLog(ToLog4cxx(level), text, location);
+  } catch (...) {
+    ++lost_lines;
+  }
 }
+
+std::uint64_t LostLogLines() { return lost_lines; }
 
 struct LogSilencer::SavedLevel {
   log4cxx::LevelPtr level;

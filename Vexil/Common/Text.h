@@ -6,8 +6,8 @@
 
 namespace Vexil {
 
-// Letter case and white space are the C library's, byte by byte: driver texts come in the ANSI code
-// page, and comparisons must not depend on the host's locale-aware facilities.
+// Letter case and white space are the C library's, byte by byte, so those of bytes beyond ASCII follow the host's
+// setlocale: in Windows-1252 0xA0 is a blank, in the "C" locale it is none.
 
 /// True when `text` contains `pattern`, both upper-cased. Everything contains the empty pattern.
 bool ContainsNoCase(std::string_view text, std::string_view pattern);

@@ -7,6 +7,7 @@
 #include "Vexil/Common/Text.h"
 #include "Vexil/Common/Unknown.h"
 #include "Vexil/DetectCommon/CUDADriverAPI.h"
+#include "Vexil/Platform/RunScope.h"
 
 namespace Vexil {
 
@@ -97,8 +98,8 @@ std::vector<CUDAGPUT> ReadGPUs(CUDADriverAPI& cuda) {
 }  // namespace
 
 Answer<CUDAGPUT> GetCUDAGPUs() {
-  CUDADriverAPI cuda;
-  return {ReadGPUs(cuda), cuda.TheAccount()};
+  const auto cuda = RunScope::Get<CUDADriverAPI>();
+  return {ReadGPUs(*cuda), cuda->TakeAccount()};
 }
 
 bool GetCUDADriverVersion(std::int32_t& major, std::int32_t& minor, Account& account) {
@@ -109,11 +110,11 @@ bool GetCUDADriverVersion(std::int32_t& major, std::int32_t& minor, Account& acc
     minor = cached_minor;
     return true;
   }
-  CUDADriverAPI cuda;
+  const auto cuda = RunScope::Get<CUDADriverAPI>();
   int version = 0;
   constexpr const char* kFields = "cuda_driver_major, cuda_driver_minor";
-  const bool told = cuda.Initialize() && cuda.Tells(kFields, cuda.cuDriverGetVersion, &version);
-  account.Append(cuda.TheAccount(), kFields);
+  const bool told = cuda->Initialize() && cuda->Tells(kFields, cuda->cuDriverGetVersion, &version);
+  account.Append(cuda->TakeAccount(), kFields);
   if (!told || version == 0) return false;
   major = cached_major = version / 1000;
   minor = cached_minor = version % 100 / 10;

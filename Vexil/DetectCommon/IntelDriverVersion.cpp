@@ -3,6 +3,7 @@
 #include "Vexil/Common/Patterns.h"
 #include "Vexil/Common/Text.h"
 #include "Vexil/DetectCommon/OpenCLLibrary.h"
+#include "Vexil/Platform/RunScope.h"
 
 namespace Vexil {
 namespace {
@@ -29,9 +30,10 @@ bool FindIntelVersion(OpenCLLibrary& opencl, std::string& version, std::vector<s
 bool GetIntelDriverVersion(std::string& version, std::vector<std::int32_t>& numbers, Account& account) {
   version.clear();
   numbers.clear();
-  OpenCLLibrary opencl;
-  const bool told = FindIntelVersion(opencl, version, numbers);
-  if (!told) account.Append(opencl.TheAccount(), kFields);
+  const auto opencl = RunScope::Get<OpenCLLibrary>();
+  const bool told = FindIntelVersion(*opencl, version, numbers);
+  const Account opencl_account = opencl->TakeAccount();
+  if (!told) account.Append(opencl_account, kFields);
   return told;
 }
 

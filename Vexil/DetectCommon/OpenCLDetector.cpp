@@ -9,6 +9,7 @@
 #include "Vexil/Common/Text.h"
 #include "Vexil/Common/Unknown.h"
 #include "Vexil/DetectCommon/OpenCLLibrary.h"
+#include "Vexil/Platform/RunScope.h"
 
 namespace Vexil {
 
@@ -163,23 +164,23 @@ std::vector<OpenCLGPUT> ReadGPUs(OpenCLLibrary& opencl) {
 }  // namespace
 
 Answer<OpenCLGPUT> GetOpenCLGPUs() {
-  OpenCLLibrary opencl;
-  return {ReadGPUs(opencl), opencl.TheAccount()};
+  const auto opencl = RunScope::Get<OpenCLLibrary>();
+  return {ReadGPUs(*opencl), opencl->TakeAccount()};
 }
 
 bool GetAMDDeviceMemoryInfo(std::uint64_t device, std::uint64_t& available, std::uint64_t& total) {
   available = 0;
   total = 0;
-  OpenCLLibrary opencl;
-  if (device == 0 || !opencl.Initialize()) return false;
+  const auto opencl = RunScope::Get<OpenCLLibrary>();
+  if (device == 0 || !opencl->Initialize()) return false;
   cl_ulong free_kilobytes[2] = {};
   cl_ulong bytes = 0;
   constexpr const char* kLiveFigures = "memory";
-  const bool free_known = opencl.GetDeviceInfo(kLiveFigures, ToDevice(device), kGlobalFreeMemoryAMD, free_kilobytes);
-  const bool total_known = opencl.GetDeviceInfo(kLiveFigures, ToDevice(device), CL_DEVICE_GLOBAL_MEM_SIZE, bytes);
+  const bool free_known = opencl->GetDeviceInfo(kLiveFigures, ToDevice(device), kGlobalFreeMemoryAMD, free_kilobytes);
+  const bool total_known = opencl->GetDeviceInfo(kLiveFigures, ToDevice(device), CL_DEVICE_GLOBAL_MEM_SIZE, bytes);
   if (!free_known || !total_known) return false;
   total = bytes;
-  // Kilobytes of 1000 bytes, as for NVAPI. Absurd counts are cut off before they overflow.
+  // As for NVAPI, although the driver counts KiB. Absurd counts are cut off before they overflow.
   constexpr std::uint64_t kBytesPerKilobyte = 1000;
   available = free_kilobytes[0] > total / kBytesPerKilobyte ? total : free_kilobytes[0] * kBytesPerKilobyte;
   return true;

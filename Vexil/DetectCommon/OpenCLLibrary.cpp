@@ -6,7 +6,6 @@
 #include "Vexil/Common/Limits.h"
 #include "Vexil/Common/Naming.h"
 #include "Vexil/Common/Text.h"
-#include "Vexil/Platform/LibraryKeeper.h"
 
 namespace Vexil {
 namespace {
@@ -51,9 +50,13 @@ std::span<const StatusName> OpenCLStatusNames() { return kStatusNames; }
 OpenCLLibrary::OpenCLLibrary() : VendorLibrary(kFileName, kStatusNames) {}
 
 bool OpenCLLibrary::Initialize() {
-  if (!Open() || Resolve() != nullptr) return false;
-  static LibraryKeeper keeper;
-  keeper.Keep(kFileName);
+  if (IsOpen()) return true;
+  if (!Open()) return false;
+  if (Resolve() != nullptr) {
+    Close();
+    return false;
+  }
+  PinLibrary(kFileName);
   return true;
 }
 

@@ -21,7 +21,7 @@ class OpenCLLibrary : public VendorLibrary {
 
   OpenCLLibrary();
 
-  /// Loads the library. True when it is there with all entry points.
+  /// Loads the library. True when it is there with all required entry points, also from an earlier call.
   bool Initialize();
 
   /// The platforms that have a GPU, without those that only translate to Direct3D 12.
@@ -54,8 +54,9 @@ class OpenCLLibrary : public VendorLibrary {
                                                                                                  "clGetDeviceIDs"};
   Entry<cl_int(cl_device_id, cl_device_info, std::size_t, void*, std::size_t*)> clGetDeviceInfo{*this,
                                                                                                 "clGetDeviceInfo"};
+  /// From OpenCL 1.2 on.
   Entry<void*(cl_platform_id, const char*)> clGetExtensionFunctionAddressForPlatform{
-      *this, "clGetExtensionFunctionAddressForPlatform"};
+      *this, "clGetExtensionFunctionAddressForPlatform", Need::Optional};
 
   /// What is noted from now on is about this platform, or about one of its devices.
   void About(cl_platform_id platform, std::optional<std::size_t> device = {});

@@ -10,6 +10,7 @@
 #include "Vexil/DetectGPUWindows/Monitors.h"
 #include "Vexil/Platform/DXGI.h"
 #include "Vexil/Platform/DisplayClass.h"
+#include "Vexil/Platform/RunScope.h"
 
 namespace Vexil {
 
@@ -44,11 +45,11 @@ constexpr std::array kStatusNames = {
 class OpenCLLink {
  public:
   OpenCLLink() {
-    if (m_opencl.Initialize()) m_platforms = m_opencl.GetPlatforms();
+    if (m_opencl->Initialize()) m_platforms = m_opencl->GetPlatforms();
   }
 
   /// What went wrong so far.
-  void AddFailuresTo(Account& account) { account.Append(m_opencl.TheAccount(), kOpenCLFields); }
+  void AddFailuresTo(Account& account) { account.Append(m_opencl->TakeAccount(), kOpenCLFields); }
 
   /// Stores the first platform of the adapter's vendor that shares with it, and its device. NVIDIA
   /// GPUs are found by their PCI location instead.
@@ -57,8 +58,8 @@ class OpenCLLink {
     if (vendor == Vendor::NVIDIA) return;
     for (cl_platform_id platform : m_platforms) {
       cl_device_id device = nullptr;
-      m_opencl.About(platform);
-      if (m_opencl.PlatformVendor(platform, kOpenCLFields) != vendor || !FindDevice(platform, adapter, device))
+      m_opencl->About(platform);
+      if (m_opencl->PlatformVendor(platform, kOpenCLFields) != vendor || !FindDevice(platform, adapter, device))
         continue;
       gpu.opencl_platform_id = FromHandle(platform);
       gpu.opencl_device_id = FromHandle(device);
@@ -68,24 +69,25 @@ class OpenCLLink {
 
  private:
   bool FindDevice(cl_platform_id platform, DXGIAdapter& adapter, cl_device_id& device) {
-    if (!m_opencl.HasExtension(platform, "cl_khr_d3d10_sharing", kOpenCLFields)) return false;
+    if (!m_opencl->clGetExtensionFunctionAddressForPlatform) return false;
+    if (!m_opencl->HasExtension(platform, "cl_khr_d3d10_sharing", kOpenCLFields)) return false;
     constexpr const char* kFunction = "clGetDeviceIDsFromD3D10KHR";
-    const auto get_device_ids =
-        reinterpret_cast<GetDeviceIDsFromD3D10>(m_opencl.clGetExtensionFunctionAddressForPlatform(platform, kFunction));
+    const auto get_device_ids = reinterpret_cast<GetDeviceIDsFromD3D10>(
+        m_opencl->clGetExtensionFunctionAddressForPlatform(platform, kFunction));
     if (get_device_ids == nullptr) {
-      m_opencl.TheAccount().Miss(kOpenCLFields, m_opencl.clGetExtensionFunctionAddressForPlatform.Name());
+      m_opencl->TheAccount().Miss(kOpenCLFields, m_opencl->clGetExtensionFunctionAddressForPlatform.Name());
       return false;
     }
     const cl_int status =
         get_device_ids(platform, kDXGIAdapterKHR, adapter.Interface(), kPreferredDevicesKHR, 1, &device, nullptr);
     // "Not found" is the answer of a platform whose devices are others.
     if (status != CL_SUCCESS && status != CL_DEVICE_NOT_FOUND) {
-      m_opencl.TheAccount().Miss(kOpenCLFields, kFunction, status, OpenCLStatusNames());
+      m_opencl->TheAccount().Miss(kOpenCLFields, kFunction, status, OpenCLStatusNames());
     }
     return status == CL_SUCCESS && device != nullptr;
   }
 
-  OpenCLLibrary m_opencl;
+  std::shared_ptr<OpenCLLibrary> m_opencl = RunScope::Get<OpenCLLibrary>();
   std::vector<cl_platform_id> m_platforms;
 };
 

@@ -20,7 +20,7 @@ inline constexpr NvU32 NV_SYSTEM_TYPE_LAPTOP = 1;
 inline constexpr NvU32 NV_SYSTEM_TYPE_IGPU = 1;
 inline constexpr NvU32 NV_SYSTEM_TYPE_DGPU = 2;
 
-/// Kilobytes.
+/// KiB.
 struct NV_DISPLAY_DRIVER_MEMORY_INFO_V3 {
   NvU32 version;
   NvU32 dedicatedVideoMemory;

@@ -1,6 +1,7 @@
 #include "Vexil/NVIDIA/NvAPIDetector.h"
 
 #include <algorithm>
+#include <span>
 #include <string>
 
 #include "Vexil/Common/InsertionOrderedMap.h"
@@ -165,15 +166,47 @@ Answer<NvAPIGPUT> GetNvAPIGPUs() {
   return answer;
 }
 
+namespace {
+
+NvAPI_Status ReadMemory(NvPhysicalGpuHandle handle, NV_DISPLAY_DRIVER_MEMORY_INFO_V3& info) {
+  info = {};
+  info.version = NV_DISPLAY_DRIVER_MEMORY_INFO_VER_3;
+  return NvAPI_GPU_GetMemoryInfo(handle, &info);
+}
+
+/// The handle that the GPU at this place has by now, of several the last one's; null where there is none.
+NvPhysicalGpuHandle FindHandle(std::int32_t bus, std::int32_t device) {
+  NvPhysicalGpuHandle handles[NVAPI_MAX_PHYSICAL_GPUS] = {};
+  NvU32 count = 0;
+  if (bus == kUnknown || device == kUnknown || NvAPI_EnumPhysicalGPUs(handles, &count) != NVAPI_OK) return nullptr;
+  const auto is_there = [=](NvPhysicalGpuHandle handle) {
+    NvU32 its_bus = 0;
+    NvU32 its_slot = 0;
+    return handle != nullptr && NvAPI_GPU_GetBusId(handle, &its_bus) == NVAPI_OK && ToField(its_bus) == bus &&
+           NvAPI_GPU_GetBusSlotId(handle, &its_slot) == NVAPI_OK && ToField(its_slot) == device;
+  };
+  const std::span<NvPhysicalGpuHandle> listed(handles, std::min(count, NVAPI_MAX_PHYSICAL_GPUS));
+  const auto found = std::find_if(listed.rbegin(), listed.rend(), is_there);
+  return found != listed.rend() ? *found : nullptr;
+}
+
+}  // namespace
+
 bool GetNvAPIMemoryInfo(const NvAPIGPUT& gpu, std::uint64_t& available, std::uint64_t& total) {
   available = 0;
   total = 0;
   if (gpu.handle == 0) return false;
   NV_DISPLAY_DRIVER_MEMORY_INFO_V3 info = {};
-  info.version = NV_DISPLAY_DRIVER_MEMORY_INFO_VER_3;
-  const auto handle = reinterpret_cast<NvPhysicalGpuHandle>(static_cast<std::uintptr_t>(gpu.handle));
-  if (NvAPI_GPU_GetMemoryInfo(handle, &info) != NVAPI_OK) return false;
-  // The driver counts kilobytes of 1000 bytes for this purpose.
+  NvAPI_Status status =
+      ReadMemory(reinterpret_cast<NvPhysicalGpuHandle>(static_cast<std::uintptr_t>(gpu.handle)), info);
+  // Handles are good until NVAPI goes down or the driver sets up its GPUs again.
+  if (status == NVAPI_INVALID_HANDLE || status == NVAPI_HANDLE_INVALIDATED ||
+      status == NVAPI_EXPECTED_PHYSICAL_GPU_HANDLE) {
+    const NvPhysicalGpuHandle handle = FindHandle(gpu.pci_bus, gpu.pci_device);
+    if (handle != nullptr) status = ReadMemory(handle, info);
+  }
+  if (status != NVAPI_OK) return false;
+  // 1000 bytes, not 1024, although the driver counts KiB: hosts have always been given these figures.
   available = std::uint64_t{info.curAvailableDedicatedVideoMemory} * 1000;
   total = std::uint64_t{info.availableDedicatedVideoMemory} * 1000;
   return true;

@@ -2,8 +2,9 @@
 
 #include <array>
 #include <unordered_map>
+#include <utility>
 
-#include "Vexil/Platform/LibraryKeeper.h"
+#include "Vexil/Platform/RunScope.h"
 
 namespace Vexil {
 namespace {
@@ -16,16 +17,16 @@ constexpr std::array kStatusNames = {
     StatusName{-5, "NVAPI_INVALID_ARGUMENT"},
     StatusName{-6, "NVAPI_NVIDIA_DEVICE_NOT_FOUND"},
     StatusName{NVAPI_END_ENUMERATION, "NVAPI_END_ENUMERATION"},
-    StatusName{-8, "NVAPI_INVALID_HANDLE"},
+    StatusName{NVAPI_INVALID_HANDLE, "NVAPI_INVALID_HANDLE"},
     StatusName{-9, "NVAPI_INCOMPATIBLE_STRUCT_VERSION"},
-    StatusName{-10, "NVAPI_HANDLE_INVALIDATED"},
-    StatusName{-101, "NVAPI_EXPECTED_PHYSICAL_GPU_HANDLE"},
+    StatusName{NVAPI_HANDLE_INVALIDATED, "NVAPI_HANDLE_INVALIDATED"},
+    StatusName{NVAPI_EXPECTED_PHYSICAL_GPU_HANDLE, "NVAPI_EXPECTED_PHYSICAL_GPU_HANDLE"},
     StatusName{-104, "NVAPI_NOT_SUPPORTED"},
 };
 
-// Called through the loader only, which counts its users.
+// Called by the loader only, which counts its users.
 constexpr NvAPIEntry kInitialize{"NvAPI_Initialize", 0x0150E828, Need::Required};
-constexpr NvAPIEntry kUnload{"NvAPI_Unload", 0xD22BDD7E, Need::Required};
+constexpr NvAPIEntry kUnload{"NvAPI_Unload", 0xD22BDD7E, Need::Optional};
 
 /// The library, while somebody keeps it up.
 class Loader : public VendorLibrary {
@@ -36,16 +37,20 @@ class Loader : public VendorLibrary {
   NvAPI_Status Start(Account& account);
   NvAPI_Status Stop();
 
+  /// Until `EndRun` the last user stays, for the next one to take its place.
+  void BeginRun() { m_is_in_run = true; }
+  void EndRun();
+
   std::mutex mutex;
   unsigned users = 0;
 
  private:
-  NvAPI_Status Call(const NvAPIEntry& entry);
-  bool HasStartAndStop();
+  NvAPI_Status CallInitialize();
   void Close();
 
   std::unordered_map<std::uint32_t, Symbol> m_functions;
-  LibraryKeeper m_keeper;
+  bool m_is_in_run = false;
+  bool m_has_spare_user = false;
   Entry<void*(std::uint32_t id)> nvapi_QueryInterface{*this, "nvapi_QueryInterface"};
 };
 
@@ -63,50 +68,66 @@ Symbol Loader::Find(std::uint32_t id) {
   return function;
 }
 
-NvAPI_Status Loader::Call(const NvAPIEntry& entry) {
-  const Symbol function = Find(entry.id);
-  return function != nullptr ? reinterpret_cast<NvAPI_Status (*)()>(function)() : NVAPI_NO_IMPLEMENTATION;
-}
-
-bool Loader::HasStartAndStop() {
-  if (!nvapi_QueryInterface) return false;
-  // What could not be shut down again is not started.
-  for (const NvAPIEntry* entry : {&kUnload, &kInitialize}) {
-    if (Find(entry->id) != nullptr) continue;
-    TheAccount().MissEntryPoint(entry->name, true);
-    return false;
+NvAPI_Status Loader::CallInitialize() {
+  if (!IsOpen()) {
+    if (!Open()) return NVAPI_LIBRARY_NOT_FOUND;
+    Resolve();
   }
-  return true;
+  if (!nvapi_QueryInterface) return NVAPI_NO_IMPLEMENTATION;
+  if (Find(kUnload.id) == nullptr) TheAccount().MissEntryPoint(kUnload.name, false);
+  const Symbol initialize = Find(kInitialize.id);
+  if (initialize != nullptr) return reinterpret_cast<NvAPI_Status (*)()>(initialize)();
+  TheAccount().MissEntryPoint(kInitialize.name, true);
+  return NVAPI_NO_IMPLEMENTATION;
 }
 
 NvAPI_Status Loader::Start(Account& account) {
-  TheAccount() = {};
-  if (!IsOpen()) {
-    if (!Open()) {
-      account = TheAccount();
-      return NVAPI_LIBRARY_NOT_FOUND;
-    }
-    Resolve();
+  if (std::exchange(m_has_spare_user, false)) {
+    account = TheAccount();
+    return NVAPI_OK;
   }
-  const NvAPI_Status status = HasStartAndStop() ? Call(kInitialize) : NVAPI_NO_IMPLEMENTATION;
+  TheAccount() = {};
+  NvAPI_Status status = NVAPI_OK;
+  try {
+    status = CallInitialize();
+  } catch (...) {
+    // A driver's own: the process may live on.
+    if (users == 0) Close();
+    throw;
+  }
   account = TheAccount();
   if (status == NVAPI_OK) {
     ++users;
-    m_keeper.Keep(kNvAPIFileName);
-    return NVAPI_OK;
+    PinLibrary(kNvAPIFileName);
+  } else {
+    if (account.state == SourceState::Answered) {
+      account.End(SourceState::StartFailed, kInitialize.name, status, kStatusNames);
+    }
+    if (users == 0) Close();
   }
-  if (account.missing_required.empty()) {
-    account.End(SourceState::StartFailed, kInitialize.name, status, kStatusNames);
-  }
-  if (users == 0) Close();
   return status;
 }
 
 NvAPI_Status Loader::Stop() {
-  if (users == 0) return NVAPI_API_NOT_INITIALIZED;
-  const NvAPI_Status status = Call(kUnload);
+  if (users == 0 || m_has_spare_user) return NVAPI_API_NOT_INITIALIZED;
+  if (users == 1 && m_is_in_run) {
+    m_has_spare_user = true;
+    return NVAPI_OK;
+  }
+  const Symbol unload = Find(kUnload.id);
+  if (unload == nullptr) {
+    // It stays up. The next time the library is asked once more.
+    m_functions.erase(kUnload.id);
+    return NVAPI_NO_IMPLEMENTATION;
+  }
+  const NvAPI_Status status = reinterpret_cast<NvAPI_Status (*)()>(unload)();
   if (--users == 0) Close();
   return status;
+}
+
+void Loader::EndRun() {
+  m_is_in_run = false;
+  if (std::exchange(m_has_spare_user, false)) Stop();
 }
 
 void Loader::Close() {
@@ -126,7 +147,27 @@ void NvAPIEntry::NoteFailure(Account& account, NvAPI_Status status, const char* 
   }
 }
 
+namespace {
+
+/// Keeps NVAPI up for as long as a run lasts.
+class RunsNvAPI {
+ public:
+  RunsNvAPI() {
+    const std::lock_guard lock(TheLoader().mutex);
+    TheLoader().BeginRun();
+  }
+  ~RunsNvAPI() {
+    const std::lock_guard lock(TheLoader().mutex);
+    TheLoader().EndRun();
+  }
+  RunsNvAPI(const RunsNvAPI&) = delete;
+  RunsNvAPI& operator=(const RunsNvAPI&) = delete;
+};
+
+}  // namespace
+
 NvAPI_Status NvAPI_Initialize(Account& account) {
+  RunScope::Keep<RunsNvAPI>();
   Loader& loader = TheLoader();
   const std::lock_guard lock(loader.mutex);
   return loader.Start(account);

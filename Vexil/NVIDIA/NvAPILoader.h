@@ -14,6 +14,9 @@ inline constexpr NvAPI_Status NVAPI_LIBRARY_NOT_FOUND = -2;
 inline constexpr NvAPI_Status NVAPI_NO_IMPLEMENTATION = -3;
 inline constexpr NvAPI_Status NVAPI_API_NOT_INITIALIZED = -4;
 inline constexpr NvAPI_Status NVAPI_END_ENUMERATION = -7;
+inline constexpr NvAPI_Status NVAPI_INVALID_HANDLE = -8;
+inline constexpr NvAPI_Status NVAPI_HANDLE_INVALIDATED = -10;
+inline constexpr NvAPI_Status NVAPI_EXPECTED_PHYSICAL_GPU_HANDLE = -101;
 
 inline constexpr const char* kNvAPIFileName = "nvapi64.dll";
 
@@ -28,9 +31,10 @@ struct NvAPIEntry {
 };
 
 /// Loads the library and starts it. Each success is to be paired with an NvAPI_Unload; the last of
-/// these closes the library, whose code stays for the handles that records hold. The account receives what
-/// happened.
+/// these closes the library, whose code stays for the handles that records hold. A run keeps it up until its end. The
+/// account receives what happened.
 NvAPI_Status NvAPI_Initialize(Account& account);
+/// Where the library has no function for it, NVAPI stays up.
 NvAPI_Status NvAPI_Unload();
 
 /// What a call does while NVAPI is not up.

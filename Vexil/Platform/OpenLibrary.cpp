@@ -7,8 +7,11 @@
 namespace Vexil {
 
 void* OpenLibrary(const char* file_name, std::uint32_t& error) {
+  DWORD mode = 0;
+  const BOOL is_set = SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &mode);
   void* library = LoadLibraryA(file_name);
   if (library == nullptr) error = GetLastError();
+  if (is_set != FALSE) SetThreadErrorMode(mode, nullptr);
   return library;
 }
 
@@ -17,6 +20,18 @@ Symbol FindSymbol(void* library, const char* name) {
 }
 
 void CloseLibrary(void* library) { FreeLibrary(static_cast<HMODULE>(library)); }
+
+void PinLibrary(const char* file_name) {
+  HMODULE library = nullptr;
+  GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_PIN, file_name, &library);
+}
+
+void TrustSystemFolderOnly() {
+  // Windows 7 has it only with an update.
+  const auto set = reinterpret_cast<decltype(&SetDefaultDllDirectories)>(
+      reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernel32.dll"), "SetDefaultDllDirectories")));
+  if (set != nullptr) set(LOAD_LIBRARY_SEARCH_SYSTEM32);
+}
 
 std::string SystemErrorText(std::uint32_t error) {
   char buffer[512] = {};

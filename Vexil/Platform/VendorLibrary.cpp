@@ -10,6 +10,12 @@ bool VendorLibrary::Open() {
   return m_module != nullptr;
 }
 
+Account VendorLibrary::TakeAccount() {
+  Account taken = std::exchange(m_account, {});
+  if (IsOpen()) m_account.missing_optional = taken.missing_optional;
+  return taken;
+}
+
 void VendorLibrary::Close() {
   if (m_module != nullptr) CloseLibrary(m_module);
   m_module = nullptr;

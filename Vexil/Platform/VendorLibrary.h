@@ -43,6 +43,8 @@ class VendorLibrary {
   int LastStatus() const { return m_last_status; }
 
   Account& TheAccount() { return m_account; }
+  /// The account so far. What follows goes into a new one, in which the library lacks the same entry points.
+  Account TakeAccount();
 
  protected:
   class EntryPoint {
@@ -87,8 +89,6 @@ class VendorLibrary {
   bool Open();
   bool IsOpen() const { return m_module != nullptr; }
   void Close();
-  /// Gives up the library without closing it, so that its code stays for the life of the process.
-  void LeaveOpen() { m_module = nullptr; }
 
   /// Returns the name of the first required entry point that is missing, null when none is. Those behind it stay
   /// unresolved.

@@ -38,7 +38,7 @@ void WriteSystem(const SystemT& system, bool is_this_machine, ReportSink& sink) 
   if (is_this_machine && QuerySystemMemory(available, total)) {
     REPORT_INFO(sink, "  - RAM: {}", FormatUse(available, total));
   } else if (system.ram_mib >= 1) {
-    REPORT_INFO(sink, "  - RAM: {}", FormatMiB(system.ram_mib));
+    REPORT_INFO(sink, "  - RAM: {}", FormatMiBInReport(system.ram_mib));
   }
   if (!system.intel_driver_version.empty()) REPORT_INFO(sink, "  - Intel GPU Driver: {}", system.intel_driver_version);
   if (system.nvidia_driver_major >= 1) {
@@ -53,7 +53,7 @@ std::string MemoryText(const MatchedGPUT& matched, bool is_this_machine) {
   std::uint64_t total = 0;
   if (is_this_machine && QueryGPUMemory(matched, free, total)) return FormatUse(free, total) + " VRAM";
   if (matched.gpu->vram_mib == kUnknown) return "Unknown VRAM";
-  return FormatMiB(matched.gpu->vram_mib) + " VRAM";
+  return FormatMiBInReport(matched.gpu->vram_mib) + " VRAM";
 }
 
 std::string PCIText(const GPUT& gpu) {

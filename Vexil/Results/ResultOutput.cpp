@@ -27,6 +27,8 @@ bool WriteResult(const FlatBuffers::DetectionResultT& result, std::ostream& stre
 }
 
 bool SaveResult(const FlatBuffers::DetectionResultT& result, const std::string& path) {
+  // The file system would take the part before the NUL.
+  if (path.find('\0') != std::string::npos) return false;
   // First, so that an older result is still there should memory run out.
   std::vector<std::uint8_t> buffer;
   PackResult(result, buffer);

@@ -32,6 +32,7 @@ class Generator {
     machine.registry = Registry();
     machine.memory = Maybe(PhysicalMemory{Number(), Number()});
     machine.processors = Number32();
+    machine.has_unsteady_counts = Chance(50);
     machine.desktop = Several(&Generator::MakeOutput);
     machine.display_class = Several(&Generator::MakeClassDevice);
     machine.dxgi = Maybe(Several(&Generator::MakeGraphicsAdapter));

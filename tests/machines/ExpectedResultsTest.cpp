@@ -6,8 +6,9 @@
 #include <sstream>
 #include <utility>
 
+#include "Vexil/Results/ResultOutput.h"
 #include "Vexil/Version.h"
-#include "cli/CommandLine.h"
+#include "cli/Commands.h"
 #include "tests/support/MachineTest.h"
 
 namespace Vexil::Tests {
@@ -62,8 +63,10 @@ TEST_P(ExpectedResults, OnMachine) {
   if (std::exchange(had_a_machine, true)) GTEST_SKIP() << "One machine per process; ctest does that.";
 
   Simulation::SetMachine(LoadTestMachine(GetParam()));
-  TestDetector detector;
-  detector.Detect({});
+  const auto run = std::make_shared<Detector::Impl>();
+  run->Detect();
+  for (const auto& [library, loads] : Simulation::Observed().loads) EXPECT_EQ(loads, 1) << library;
+  for (const auto& [library, starts] : Simulation::Observed().starts) EXPECT_EQ(starts, 1) << library;
   std::string log;
   for (const std::string& line : TakeLog()) {
     // Not of each source that there is.
@@ -71,10 +74,11 @@ TEST_P(ExpectedResults, OnMachine) {
   }
   Compare(GetParam() + ".txt", log);
 
+  std::vector<std::uint8_t> buffer;
+  PackResult(run->ToResult(), buffer);
   std::ostringstream json;
   std::ostringstream errors;
-  const char* const arguments[] = {"vexil", "--json"};
-  Cli::RunCommandLine(2, arguments, json, errors);
+  Cli::Report({Cli::UnpackOwnResults(buffer), run, true, json, errors});
   Compare(GetParam() + ".json", Print(Json::parse(json.str())) + "\n");
 }
 

@@ -1,3 +1,5 @@
+#include <fmt/ranges.h>
+
 #include <fstream>
 
 #include "simulation/SimulatedLibraries.h"
@@ -42,6 +44,8 @@ TEST(MachineFiles, SlipsAreTold) {
       {R"({"display_class": [{"pci": "0000:65:00.0"}]})", std::string(".display_class[0].pci: ") + kNoAddress},
       {R"({"display_class": [{"pci": "65:0x"}]})", std::string(".display_class[0].pci: ") + kNoAddress},
       {R"({"display_class": [{"pci": "99999999999:0"}]})", std::string(".display_class[0].pci: ") + kNoAddress},
+      {R"({"nvapi": {"displays": [{"gpus": [)" + fmt::format("{}", fmt::join(std::vector(65, 0), ", ")) + "]}]}}",
+       ".nvapi.displays[0]: expected 64 GPUs at most"},
       {R"({"windows": {"threads": -1}, "adl": {"adapters": [{"vendor_id": "0xFFFFFFFF"}]}})", ""},
       {R"({"failures": ["cuDeviceGetAttribute 33"], "nvapi": {"missing": ["NvAPI_GPU_GetMemoryInfo"]}})", ""},
   };

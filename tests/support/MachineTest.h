@@ -36,7 +36,7 @@ Simulation::Machine LoadTestMachine(const std::string& name);
 /// A machine's name as a part of a test's.
 std::string ToTestName(const testing::TestParamInfo<std::string>& machine);
 
-/// Ends as a process does, with nothing left up; drivers must not have been misused until then.
+/// Ends as a process does. Until then every library must have been closed, every driver shut down and none misused.
 void EndProcess();
 
 /// A file that no other test uses.

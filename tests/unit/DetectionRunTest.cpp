@@ -1,8 +1,15 @@
 #include <log4cxx/logger.h>
 
+#include <filesystem>
+#include <future>
+#include <map>
+#include <set>
 #include <sstream>
+#include <stdexcept>
+#include <system_error>
 #include <thread>
 
+#include "Vexil/Common/Log.h"
 #include "Vexil/Results/LiveMemory.h"
 #include "Vexil/SystemInfo/WindowsSystemInfo.h"
 #include "Vexil/Version.h"
@@ -84,6 +91,155 @@ TEST_F(DetectionRun, ThatThrowsLeavesTheStateAndTheLogAsTheyWere) {
   EXPECT_EQ(Observed().calls, calls);
 }
 
+TEST_F(DetectionRun, ReplacesWhatTheOneBeforeFound) {
+  std::uint64_t free = 1;
+  std::uint64_t total = 1;
+  SetMachine(LoadTestMachine("five-gpus"));
+  EXPECT_TRUE(m_detector.Detect({}));
+  const IDs old_ids = m_detector.GetGPUIDs();
+  const std::string old_id = m_detector.GetMainDisplayGPUID();
+  EXPECT_EQ(old_ids.size(), 5U);
+  for (const char* machine : {"none", "hybrid-laptop"}) {
+    SetMachine(LoadTestMachine(machine));
+    const bool has_gpus = machine != std::string("none");
+    EXPECT_EQ(m_detector.Detect({}), has_gpus);
+    const IDs ids = m_detector.GetGPUIDs();
+    EXPECT_EQ(ids.size(), has_gpus ? 2U : 0U);
+    for (const std::string& id : ids) EXPECT_FALSE(old_ids.contains(id));
+    EXPECT_EQ(m_detector.GetMainDisplayGPUID().empty(), !has_gpus);
+    EXPECT_NE(m_detector.GetMainDisplayGPUID(), old_id);
+    EXPECT_EQ(m_detector.GetGPU(old_id).name, "Invalid");
+    EXPECT_EQ(m_detector.GetMonitors().empty(), !has_gpus);
+    EXPECT_FALSE(m_detector.GetGPUMemory(old_id, free, total));
+    EXPECT_EQ(free + total, 2U);
+    std::vector<std::uint8_t> buffer;
+    m_detector.Serialize(buffer);
+    const auto* gpus = FlatBuffers::GetDetectionResult(buffer.data())->gpus();
+    EXPECT_EQ(gpus != nullptr ? gpus->size() : 0, ids.size());
+  }
+}
+
+TEST_F(DetectionRun, IsStartedByTheFirstOperationThatNeedsResults) {
+  std::uint64_t free = 0;
+  std::uint64_t total = 0;
+  std::ostringstream stream;
+  std::vector<std::uint8_t> buffer;
+  const struct {
+    std::function<void(Detector&)> operation;
+    int runs;
+  } kCases[] = {
+      {[](Detector& vexil) { vexil.GetVersion(); }, 0},
+      {[](Detector& vexil) { vexil.Reserved(); }, 0},
+      {[&](Detector& vexil) { vexil.GetSystemMemory(free, total); }, 0},
+      {[](Detector& vexil) { vexil.Detect({}); }, 1},
+      {[](Detector& vexil) { vexil.GetGPUIDs(); }, 1},
+      {[](Detector& vexil) { vexil.GetGPUIDsByVendor(Vendor::AMD); }, 1},
+      {[](Detector& vexil) { vexil.GetGPUIDsByAPI(ComputeAPI::CUDA); }, 1},
+      {[](Detector& vexil) { vexil.GetGPUIDsByType(GPUType::Discrete); }, 1},
+      {[](Detector& vexil) { vexil.FindGPUIDs("gpu"); }, 1},
+      {[](Detector& vexil) { vexil.GetMainDisplayGPUID(); }, 1},
+      {[](Detector& vexil) { vexil.GetMainDisplayGPU(); }, 1},
+      {[](Detector& vexil) { vexil.GetPeerGPUIDs("gpu:", ComputeAPI::CUDA); }, 1},
+      {[](Detector& vexil) { vexil.GetGPU("gpu:"); }, 1},
+      {[](Detector& vexil) { vexil.GetGPUs(); }, 1},
+      {[](Detector& vexil) { vexil.GetMonitors(); }, 1},
+      {[](Detector& vexil) { vexil.GetSystem(); }, 1},
+      {[&](Detector& vexil) { vexil.GetGPUMemory("gpu:", free, total); }, 1},
+      {[](Detector& vexil) { vexil.SaveToFile(TemporaryFile("result")); }, 1},
+      {[&](Detector& vexil) { vexil.WriteTo(stream); }, 1},
+      {[&](Detector& vexil) { vexil.Serialize(buffer); }, 1},
+  };
+  SetMachine(LoadTestMachine("intel-only"));
+  for (const auto& test_case : kCases) {
+    TestDetector detector;
+    test_case.operation(detector);
+    const Texts log = TakeLog();
+    EXPECT_EQ(std::count(log.begin(), log.end(), std::string("INFO Starting Vexil ") + kLibraryVersion), test_case.runs)
+        << "operation " << &test_case - kCases;
+  }
+}
+
+TEST_F(DetectionRun, LoadsAndStartsEachDriverOnce) {
+  SetMachine(LoadTestMachine("five-gpus"));
+  m_detector.Detect({});
+  const std::map<std::string, int> once = {{"nvcuda.dll", 1}, {"nvml.dll", 1}, {"nvapi64.dll", 1}, {"atiadlxx.dll", 1}};
+  EXPECT_EQ(Observed().starts, once);
+  auto loads = once;
+  loads["OpenCL.dll"] = 1;
+  EXPECT_EQ(Observed().loads, loads);
+}
+
+/// What a host may attach to the log.
+class HostAppender : public LogCapture {
+ public:
+  std::function<void()> work;
+
+ protected:
+  void append(const log4cxx::spi::LoggingEventPtr& /*event*/, log4cxx::helpers::Pool& /*pool*/) override { work(); }
+};
+
+TEST_F(DetectionRun, BearsTheAppendersOfItsHost) {
+  const auto appender = std::make_shared<HostAppender>();
+  const auto logger = log4cxx::Logger::getLogger("Vexil");
+  logger->addAppender(appender);
+  SetMachine(LoadTestMachine("five-gpus"));
+
+  const auto lost = LostLogLines();
+  appender->work = [] { throw std::runtime_error("The disk is full."); };
+  EXPECT_TRUE(m_detector.Detect({}));
+  EXPECT_GT(LostLogLines(), lost + 40);
+
+  std::set<int> errors;
+  std::uint64_t available = 0;
+  std::uint64_t total = 0;
+  appender->work = [&] {
+    EXPECT_TRUE(m_detector.GetSystemMemory(available, total));
+    try {
+      m_detector.GetGPUs();
+    } catch (const std::system_error& error) {
+      errors.insert(error.code().value());
+    }
+  };
+  EXPECT_TRUE(m_detector.Detect({}));
+  EXPECT_EQ(errors, std::set<int>{static_cast<int>(std::errc::resource_deadlock_would_occur)});
+  logger->removeAppender(appender);
+  EXPECT_EQ(m_detector.GetGPUs().size(), 5U);
+}
+
+TEST_F(DetectionRun, BearsDriversThatThrow) {
+  const auto detect = [this] {
+    m_detector.Detect({.KeepMarker = false, .Silent = true});
+    std::vector<std::uint8_t> buffer;
+    m_detector.Serialize(buffer);
+    return buffer;
+  };
+  SetMachine(LoadTestMachine("five-gpus"));
+  const auto sound = detect();
+  const std::uint64_t calls = Observed().calls;
+  for (std::uint64_t place = 1; place <= calls; ++place) {
+    SetMachine(LoadTestMachine("five-gpus"));
+    std::string thrower;
+    Simulation::WatchCalls([&](std::uint64_t number, std::string_view call, auto) {
+      // What shuts a driver down is called where nothing can be caught any more.
+      const bool ends = call == "NvAPI_Unload" || call == "nvmlShutdown" || call == "ADL_Main_Control_Destroy";
+      if (number != place || ends) return false;
+      thrower = call;
+      throw std::runtime_error("A driver has thrown.");
+    });
+    try {
+      detect();
+      EXPECT_EQ(thrower, "");
+    } catch (const std::runtime_error&) {
+      EXPECT_NE(thrower, "");
+    }
+    // Nothing else is left open or up, and the Detector still works.
+    EndProcess();
+    if (place % 50 != 0) continue;
+    SetMachine(LoadTestMachine("five-gpus"));
+    EXPECT_EQ(detect(), sound) << thrower;
+  }
+}
+
 TEST_F(DetectionRun, CanBeSilent) {
   SetMachine(LoadTestMachine("five-gpus"));
   EXPECT_TRUE(m_detector.Detect({.KeepMarker = false, .Silent = true}));
@@ -118,6 +274,18 @@ TEST_F(DetectionRun, HappensOnceForManyThreads) {
   for (std::thread& thread : threads) thread.join();
   const Texts log = TakeLog();
   EXPECT_EQ(std::count(log.begin(), log.end(), std::string("INFO Starting Vexil ") + kLibraryVersion), 1);
+}
+
+TEST_F(DetectionRun, TriesAnAdapterWithoutProviderAgainAtItsNextOutput) {
+  SetMachine(LoadTestMachine("five-gpus"));
+  Simulation::WatchCalls([first = true](auto, std::string_view call, std::string_view value) mutable {
+    return call == "RegGetValue" && value == "ProviderName" && std::exchange(first, false);
+  });
+  Detector::Impl run;
+  run.Detect();
+  const auto& win32 = run.detectors_output.win32;
+  ASSERT_EQ(win32.size(), 5U);
+  EXPECT_EQ(win32[0]->device_names, (Texts{R"(\\.\DISPLAY2)", R"(\\.\DISPLAY3)"}));
 }
 
 TEST_F(DetectionRun, NamesMonitorsThatHaveNoName) {
@@ -203,6 +371,26 @@ TEST_F(DetectionRun, AsksNoDriverForMemoryThatItCannotTell) {
   EXPECT_FALSE(is_asked(Vendor::Intel, 1, 1, true));
 }
 
+TEST_F(DetectionRun, TellsSystemMemoryWhileADriverHangs) {
+  SetMachine(LoadTestMachine("five-gpus"));
+  std::promise<void> is_inside;
+  std::promise<void> may_return;
+  Simulation::WatchCalls([&](auto, std::string_view call, auto) {
+    if (call != "cuDeviceGetCount") return false;
+    is_inside.set_value();
+    may_return.get_future().wait();
+    return false;
+  });
+  std::thread run([this] { EXPECT_TRUE(m_detector.Detect({})); });
+  is_inside.get_future().wait();
+  std::uint64_t available = 0;
+  std::uint64_t total = 0;
+  EXPECT_TRUE(m_detector.GetSystemMemory(available, total));
+  EXPECT_EQ(total >> 20, 130836U);
+  may_return.set_value();
+  run.join();
+}
+
 TEST_F(DetectionRun, TellsSystemMemoryWithoutDetecting) {
   Machine machine = LoadTestMachine("five-gpus");
   std::uint64_t available = 1;
@@ -241,6 +429,9 @@ TEST_F(DetectionRun, WritesOneBufferEverywhere) {
   EXPECT_TRUE(m_detector.WriteTo(stream));
   EXPECT_EQ(stream.str(), std::string(buffer.begin(), buffer.end()));
   EXPECT_FALSE(m_detector.SaveToFile(testing::TempDir() + "no-such-folder/result"));
+  const std::string path = TemporaryFile("cut-off");
+  EXPECT_FALSE(m_detector.SaveToFile(path + '\0' + ".vexil"));
+  EXPECT_FALSE(std::filesystem::exists(path));
   stream.setstate(std::ios::badbit);
   EXPECT_FALSE(m_detector.WriteTo(stream));
   flatbuffers::Verifier verifier(buffer.data(), buffer.size());

@@ -128,7 +128,10 @@ TEST(FormatSize, ChangesItsUnitAboveTheBoundary) {
                                                           {~0ULL, "17179869184.0 GiB"}};
   for (const auto& [bytes, text] : kCases) EXPECT_EQ(FormatSize(bytes), text);
   EXPECT_EQ(FormatMiB(24575), "24.0 GiB");
-  EXPECT_EQ(FormatMiB(2097152), "17179867136 GiB");  // Wraps to -2^31 KiB.
+  EXPECT_EQ(FormatMiB(2097152), "2048 GiB");
+  EXPECT_EQ(FormatMiB(-2147483648), "2097152 GiB");
+  EXPECT_EQ(FormatMiBInReport(24575), "24.0 GiB");
+  EXPECT_EQ(FormatMiBInReport(2097152), "17179867136 GiB");  // Wraps to -2^31 KiB.
 }
 
 TEST(PCILocation, LeavesOutAnUnknownFunctionOnly) {

@@ -16,10 +16,19 @@ using FlatBuffers::MatchedGPUT;
 using FlatBuffers::MonitorT;
 using Texts = std::vector<std::string>;
 
+/// Device 0 of a bus where no other is said, the unknown one of the unknown bus.
+struct Place {
+  Place(int on_bus) : Place(on_bus, on_bus < 0 ? -1 : 0) {}
+  Place(int on_bus, int at_device) : bus(on_bus), device(at_device) {}
+
+  int bus;
+  int device;
+};
+
 /// What the sources found, record by record.
 struct Found : DetectorsOutputT {
-  Found& NVAPI(int bus, Texts displays = {}, GPUType type = GPUType::Discrete) {
-    auto& gpu = Add(DetectorsOutputT::nvapi, bus);
+  Found& NVAPI(Place place, Texts displays = {}, GPUType type = GPUType::Discrete) {
+    auto& gpu = Add(DetectorsOutputT::nvapi, place);
     gpu.name = "NVIDIA GeForce";
     gpu.type = type;
     gpu.display_names = displays;
@@ -29,22 +38,24 @@ struct Found : DetectorsOutputT {
     gpu.revision_id = 0x1A1;
     return *this;
   }
-  Found& CUDA(int bus, int index) {
-    auto& gpu = Add(DetectorsOutputT::cuda, bus);
+  Found& CUDA(Place place, int index) {
+    auto& gpu = Add(DetectorsOutputT::cuda, place);
     gpu.index = index;
     gpu.memory_mib = 24575;
     return *this;
   }
-  Found& NVML(int bus, std::vector<int> remote_buses = {}) {
-    auto& gpu = Add(DetectorsOutputT::nvml, bus);
+  Found& NVML(Place place, const std::vector<Place>& remotes = {}) {
+    auto& gpu = Add(DetectorsOutputT::nvml, place);
     gpu.pcie_link_width = 4;
     gpu.pcie_max_link_width = 16;
-    gpu.nvlink_remote_pci_buses = remote_buses;
-    gpu.nvlink_remote_pci_devices.assign(remote_buses.size(), 0);
+    for (const Place& remote : remotes) {
+      gpu.nvlink_remote_pci_buses.push_back(remote.bus);
+      gpu.nvlink_remote_pci_devices.push_back(remote.device);
+    }
     return *this;
   }
-  Found& ADL(int bus, Texts displays = {}, bool is_primary = false, const std::string& hardware_id = "id") {
-    auto& gpu = Add(DetectorsOutputT::amddl, bus);
+  Found& ADL(Place place, Texts displays = {}, bool is_primary = false, const std::string& hardware_id = "id") {
+    auto& gpu = Add(DetectorsOutputT::amddl, place);
     gpu.name = "AMD Radeon";
     gpu.pci_function = 0;
     gpu.display_names = displays;
@@ -52,11 +63,11 @@ struct Found : DetectorsOutputT {
     gpu.hardware_id = hardware_id;
     return *this;
   }
-  Found& DirectX(const std::string& name, int bus, Texts outputs = {}, std::uint64_t opencl_device = 0) {
-    auto& gpu = Add(DetectorsOutputT::directx, bus);
+  Found& DirectX(const std::string& name, Place place, Texts outputs = {}, std::uint64_t opencl_device = 0) {
+    auto& gpu = Add(DetectorsOutputT::directx, place);
     gpu.name = name;
     gpu.is_first_adapter = DetectorsOutputT::directx.size() == 1;
-    gpu.pci_function = bus < 0 ? -1 : 1;
+    gpu.pci_function = place.bus < 0 ? -1 : 1;
     gpu.device_id = 0x4680;
     gpu.subsys_id = 0x06941043;
     gpu.revision = 0xC;
@@ -68,16 +79,16 @@ struct Found : DetectorsOutputT {
     }
     return *this;
   }
-  Found& OpenCL(int bus, std::uint64_t device, bool unified = false) {
-    auto& gpu = Add(DetectorsOutputT::opencl, bus);
+  Found& OpenCL(Place place, std::uint64_t device, bool unified = false) {
+    auto& gpu = Add(DetectorsOutputT::opencl, place);
     gpu.platform_id = gpu.device_id = device;
     gpu.memory_mib = 16368;
     gpu.host_unified_memory = unified;
     gpu.peers = {device + 1};
     return *this;
   }
-  Found& Win32(int bus, const std::string& name, bool is_primary = false) {
-    auto& gpu = Add(DetectorsOutputT::win32, bus);
+  Found& Win32(Place place, const std::string& name, bool is_primary = false) {
+    auto& gpu = Add(DetectorsOutputT::win32, place);
     gpu.name = name;
     gpu.is_primary = is_primary;
     return *this;
@@ -85,10 +96,10 @@ struct Found : DetectorsOutputT {
 
  private:
   template <typename Record>
-  static Record& Add(std::vector<std::shared_ptr<Record>>& list, int bus) {
+  static Record& Add(std::vector<std::shared_ptr<Record>>& list, Place place) {
     list.push_back(std::make_shared<Record>());
-    list.back()->pci_bus = bus;
-    list.back()->pci_device = bus < 0 ? -1 : 0;
+    list.back()->pci_bus = place.bus;
+    list.back()->pci_device = place.device;
     return *list.back();
   }
 };
@@ -148,6 +159,31 @@ TEST_F(Matching, JoinsTheRecordsOfOneGPU) {
        {"NVIDIA GeForce PCI:65:0 Discrete nvapi cuda1 nvml dx cl7 w65",
         "NVIDIA GeForce PCI:1:0 Discrete nvapi cuda0 nvml dx cl8 <- main"},
        no_log},
+      {"cards on one bus, told by every source",
+       Found()
+           .NVAPI({0, 4})
+           .NVAPI({0, 5})
+           .ADL({0, 6})
+           .ADL({0, 7})
+           .CUDA({0, 5}, 0)
+           .CUDA({0, 4}, 1)
+           .NVML({0, 5}, {{0, 4}})
+           .DirectX("AMD Radeon", {0, 7})
+           .DirectX("AMD Radeon", {0, 6})
+           .DirectX("NVIDIA GeForce", {0, 5})
+           .DirectX("NVIDIA GeForce", {0, 4})
+           .OpenCL({0, 7}, 17)
+           .OpenCL({0, 6}, 16)
+           .OpenCL({0, 5}, 15)
+           .OpenCL({0, 4}, 14)
+           .Win32({0, 7}, "w7")
+           .Win32({0, 6}, "w6")
+           .Win32({0, 5}, "w5")
+           .Win32({0, 4}, "w4"),
+       {"NVIDIA GeForce PCI:0:4 Discrete nvapi cuda1 dx cl14 w4",
+        "NVIDIA GeForce PCI:0:5 Discrete nvapi cuda0 nvml dx cl15 w5 peers 1",
+        "AMD Radeon PCI:0:6.0 Discrete adl dx cl16 w6", "AMD Radeon PCI:0:7.0 Discrete adl dx cl17 w7 <- main"},
+       no_log},
       {"the first of two records at one place, but the last that the window system has",
        Found().NVAPI(1).CUDA(1, 0).CUDA(1, 1).OpenCL(1, 7).OpenCL(1, 8).Win32(1, "a").Win32(1, "b").DirectX("", 1),
        {"NVIDIA GeForce PCI:1:0 Discrete nvapi cuda0 dx cl7 b <- main"},
@@ -161,6 +197,10 @@ TEST_F(Matching, JoinsTheRecordsOfOneGPU) {
        {"Intel Arc PCI:3:0.1 Discrete dx cl9 <- main"},
        no_log},
       {"an Intel GPU without OpenCL", Found().DirectX("Intel", -1), {"Intel  PCI:-1:-1 Integrated dx <- main"}, no_log},
+      {"an Intel GPU takes no OpenCL device that is merely at its place",
+       Found().DirectX("Intel(R) Arc", 3, {}, 9).OpenCL(3, 7),
+       {"Intel Arc PCI:3:0.1 Integrated dx <- main"},
+       no_log},
       {"an adapter whose vendor does not know it",
        Found().NVAPI(1).DirectX("NVIDIA GeForce", 2),
        {"NVIDIA GeForce PCI:1:0 Discrete nvapi"},
@@ -169,6 +209,14 @@ TEST_F(Matching, JoinsTheRecordsOfOneGPU) {
        Found().NVAPI(-1, {"D1"}).DirectX("NVIDIA GeForce", -1, {"D2"}).Win32(-1, "w"),
        {"NVIDIA GeForce PCI:-1:-1 Discrete nvapi"},
        ignored},
+      {"nor is half a place a place",
+       Found().NVAPI({1, -1}).DirectX("NVIDIA GeForce", {1, -1}).Win32({1, -1}, "w"),
+       {"NVIDIA GeForce PCI:1:-1 Discrete nvapi"},
+       ignored},
+      {"to the vendors' interfaces unknown places are equal",
+       Found().NVAPI(-1).CUDA(-1, 0).NVML(-1).OpenCL(-1, 7),
+       {"NVIDIA GeForce PCI:-1:-1 Discrete nvapi cuda0 nvml cl7"},
+       no_log},
       {"by a display's name, where the place does not tell",
        Found().NVAPI(1, {"D1"}).ADL(3, {"D2", "D3"}).DirectX("a", -1, {"", "D3"}).DirectX("b", 9, {"D1"}),
        {"NVIDIA GeForce PCI:1:0 Discrete nvapi dx", "AMD Radeon PCI:3:0.0 Discrete adl dx <- main"},
@@ -202,6 +250,10 @@ TEST_F(Matching, JoinsTheRecordsOfOneGPU) {
        Found().NVAPI(1).NVAPI(65).DirectX("", 1).DirectX("", 65).Win32(65, "b", true),
        {"NVIDIA GeForce PCI:1:0 Discrete nvapi dx <- main", "NVIDIA GeForce PCI:65:0 Discrete nvapi dx b"},
        no_log},
+      {"an adapter that is dropped counts as one",
+       Found().NVAPI(1).NVAPI(65).DirectX("", 1).DirectX("NVIDIA GeForce", 9).Win32(65, "b", true),
+       {"NVIDIA GeForce PCI:1:0 Discrete nvapi dx <- main", "NVIDIA GeForce PCI:65:0 Discrete nvapi b"},
+       ignored},
       {"AMD pair as one adapter: ADL's primary",
        Found().ADL(3).ADL(6, {}, true).DirectX("", 3).Win32(3, "a", true),
        {"AMD Radeon PCI:3:0.0 Discrete adl dx a", "AMD Radeon PCI:6:0.0 Discrete adl <- main"},

@@ -173,9 +173,12 @@ TEST_F(NVIDIASources, NVML) {
 }
 
 TEST_F(NVIDIASources, NVMLThatDidNotStartIsShutDownAllTheSame) {
-  for (const auto& [entry_point, shutdowns] : {std::pair("nvmlDeviceGetPciInfo_v3", 1), {"nvmlInit_v2", 0}}) {
+  const std::pair<Change, int> kCases[] = {{FailingAtOnce("nvmlInit_v2"), 1},
+                                           {Missing(&Machine::nvml, "nvmlDeviceGetPciInfo_v3"), 1},
+                                           {Missing(&Machine::nvml, "nvmlInit_v2"), 0}};
+  for (const auto& [change, shutdowns] : kCases) {
     Machine machine = LoadTestMachine("five-gpus");
-    machine.nvml->missing = {entry_point};
+    change(machine);
     SetMachine(machine);
     int seen = 0;
     Simulation::WatchCalls([&](auto, std::string_view call, auto) {
@@ -183,7 +186,7 @@ TEST_F(NVIDIASources, NVMLThatDidNotStartIsShutDownAllTheSame) {
       return false;
     });
     GetNVMLGPUs();
-    EXPECT_EQ(seen, shutdowns) << entry_point;
+    EXPECT_EQ(seen, shutdowns);
   }
 }
 
@@ -308,7 +311,8 @@ TEST_F(NVIDIASources, NVAPIServesManyThreads) {
       EXPECT_EQ(NvAPI_Unload(), NVAPI_OK);
     });
     EXPECT_EQ(Observed().up.at("nvapi64.dll"), 0);
-    EXPECT_EQ(Observed().open.at("nvapi64.dll"), 1);
+    EXPECT_EQ(Observed().open.at("nvapi64.dll"), 0);
+    EXPECT_TRUE(Observed().pinned.contains("nvapi64.dll"));
     const auto gpus = GetNvAPIGPUs().records;
     in_threads([&] {
       std::uint64_t available = 0;

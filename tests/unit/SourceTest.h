@@ -61,7 +61,7 @@ struct SourceCase {
 class SourceTest : public MachineTest {
  protected:
   /// Asks the source on the five-GPU machine, with each change in turn. What it opens and starts it must close
-  /// and shut down, but for OpenCL and NVAPI, whose code stays.
+  /// and shut down.
   template <typename Record>
   void Check(const std::vector<SourceCase>& cases, Answer<Record> (*source)(), std::string (*describe)(const Record&)) {
     for (const SourceCase& test_case : cases) {
@@ -69,15 +69,11 @@ class SourceTest : public MachineTest {
       Simulation::Machine machine = LoadTestMachine("five-gpus");
       test_case.change(machine);
       Simulation::SetMachine(machine);
-      auto open_before = Simulation::Observed().open;
       Texts records;
       for (const Record& record : source().records) records.push_back(describe(record));
       EXPECT_EQ(records, test_case.records);
       EXPECT_EQ(TakeLog(), test_case.log);
-      for (const auto& [library, count] : Simulation::Observed().open) {
-        const bool stays = library == "OpenCL.dll" || library == "nvapi64.dll";
-        EXPECT_EQ(count, stays ? std::min(count, 1) : open_before[library]) << library;
-      }
+      for (const auto& [library, count] : Simulation::Observed().open) EXPECT_EQ(count, 0) << library;
       for (const auto& [library, count] : Simulation::Observed().up) EXPECT_EQ(count, 0) << library;
     }
   }

@@ -25,6 +25,7 @@ int open_device_lists = 0;
 
 HDEVINFO WINAPI OpenDeviceList(const GUID* device_class, PCSTR enumerator, HWND window, DWORD flags) {
   ++open_device_lists;
+  EXPECT_EQ(flags, DWORD{DIGCF_PRESENT}) << "devices are searched that were removed";
   return RealFunction<decltype(SetupDiGetClassDevsA)>("setupapi.dll", "SetupDiGetClassDevsA")(device_class, enumerator,
                                                                                               window, flags);
 }
@@ -177,6 +178,18 @@ TEST_F(DisplaySources, TakeThePlaceOnlyWhereBusAndAddressAreKnown) {
   const ImportPatch no_list(
       "SetupDiGetClassDevsA", +[](const GUID*, PCSTR, HWND, DWORD) { return HDEVINFO{INVALID_HANDLE_VALUE}; });
   EXPECT_EQ(place(true, true), "-1:-1.-1");
+}
+
+TEST_F(DisplaySources, TellTheModeThatIsNotTheOneStored) {
+  const SeededDesktop desktop({OneOutput("Card", R"(PCI\VEN_10DE)")});
+  const ImportPatch patch(
+      "EnumDisplaySettingsA", +[](LPCSTR, DWORD which, DEVMODEA* mode) {
+        mode->dmPelsWidth = which == ENUM_CURRENT_SETTINGS ? 800 : 1024;
+        return TRUE;
+      });
+  const auto gpus = GetEnumDisplayDevicesGPUs().records;
+  ASSERT_EQ(gpus.size(), 1U);
+  EXPECT_EQ(MonitorsOf(gpus[0]), (Texts{R"(\\.\DISPLAY1\Monitor0 Monitor 800x0@0)"}));
 }
 
 TEST_F(DisplaySources, KeepAMonitorWithoutMode) {

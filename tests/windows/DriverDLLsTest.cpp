@@ -45,7 +45,7 @@ class Places {
 
 namespace {
 
-/// The Detector of vexil.dll on a machine, the first one of this process.
+/// The Detector of vexil.dll on a machine, the first one of this process. To be unloaded as often as it is loaded.
 Detector& LoadDetector(const std::string& machine) {
   SetEnvironmentVariableA("VEXIL_SIMULATED_MACHINE", (VEXIL_MACHINES "/" + machine + ".json").c_str());
   const HMODULE library = LoadLibraryA("vexil.dll");
@@ -151,6 +151,21 @@ TEST(BinaryInterface, KeepsEachOperationInItsPlace) {
   std::vector<std::uint8_t> buffer;
   EXPECT_TRUE(places.Place20(buffer));
   EXPECT_EQ(stream.str(), std::string(buffer.begin(), buffer.end()));
+}
+
+TEST(Unloading, LeavesWhatTheNextLoadNeeds) {
+  if (GetModuleHandleA("vexil.dll") != nullptr) GTEST_SKIP() << "One machine per process; ctest does that.";
+  for (int time = 0; time < 5; ++time) {
+    Detector& detector = LoadDetector("five-gpus");
+    EXPECT_TRUE(detector.Detect({.KeepMarker = true, .Silent = true}));
+    EXPECT_EQ(detector.GetGPUs().size(), 4U);
+    std::uint64_t free = 0;
+    std::uint64_t total = 0;
+    EXPECT_TRUE(detector.GetGPUMemory(detector.GetMainDisplayGPUID(), free, total));
+    EXPECT_EQ(total, 25'165'824'000U);
+    FreeLibrary(GetModuleHandleA("vexil.dll"));
+    EXPECT_EQ(GetModuleHandleA("vexil.dll"), nullptr);
+  }
 }
 
 }  // namespace

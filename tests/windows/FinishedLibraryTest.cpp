@@ -49,6 +49,23 @@ TEST(FinishedLibrary, ExportsItsOneFunctionAndWhatDriversLookFor) {
   EXPECT_EQ(get_instance(), get_instance());
 }
 
+TEST(FinishedLibrary, RunsNoForeignCodeWhileItLoads) {
+  // A stack protector that asks Windows for random numbers would load three more DLLs under the loader lock.
+  const HMODULE library = LoadLibraryA("vexil.dll");
+  const auto* headers =
+      InModule<IMAGE_NT_HEADERS>(library, static_cast<std::size_t>(InModule<IMAGE_DOS_HEADER>(library, 0)->e_lfanew));
+  const auto& place = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
+  int functions = 0;
+  for (const auto* dll = InModule<IMAGE_IMPORT_DESCRIPTOR>(library, place.VirtualAddress); dll->Name != 0; ++dll) {
+    for (const auto* entry = InModule<IMAGE_THUNK_DATA>(library, dll->OriginalFirstThunk); entry->u1.AddressOfData != 0;
+         ++entry, ++functions) {
+      const std::string name = InModule<IMAGE_IMPORT_BY_NAME>(library, entry->u1.AddressOfData)->Name;
+      EXPECT_NE(name.rfind("Crypt", 0), 0U) << name;
+    }
+  }
+  EXPECT_GT(functions, 50);
+}
+
 /// What Windows shows of a file; nothing where the file does not say it.
 std::optional<std::string> DetailOf(const char* file, const std::string& name) {
   std::vector<char> resource(GetFileVersionInfoSizeA(file, nullptr));
