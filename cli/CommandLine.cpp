@@ -111,7 +111,7 @@ Session Open(const Request& request, std::ostream& out, std::ostream& err) {
   run->Detect();
   std::vector<std::uint8_t> buffer;
   PackResult(run->ToResult(), buffer);
-  return {UnpackResults(std::move(buffer), "what was detected"), run, request.json, out, err};
+  return {UnpackOwnResults(std::move(buffer)), run, request.json, out, err};
 }
 
 int Run(const Request& request, const Command& command, std::ostream& out, std::ostream& err) {

@@ -1,6 +1,7 @@
 #include "cli/Json.h"
 
 #include <flatbuffers/minireflect.h>
+#include <fmt/format.h>
 
 #include <ostream>
 #include <string>
@@ -64,6 +65,22 @@ class JsonVisitor final : public flatbuffers::IterationVisitor {
   std::vector<const char*> m_fields = std::vector<const char*>(1);
 };
 
+/// JSON lets control characters stand that terminals obey: DEL, and the second set, here as UTF-8.
+std::string EscapeLateControls(const std::string& text) {
+  std::string escaped;
+  for (std::size_t i = 0; i < text.size(); ++i) {
+    const auto next = static_cast<unsigned char>(i + 1 < text.size() ? text[i + 1] : 0);
+    const bool is_c1 = text[i] == '\xC2' && next < 0xA0;
+    if (is_c1) {
+      escaped += fmt::format("\\u{:04x}", next);
+      ++i;
+    } else {
+      text[i] == '\x7F' ? escaped += "\\u007f" : escaped += text[i];
+    }
+  }
+  return escaped;
+}
+
 }  // namespace
 
 Json TableToJson(const std::uint8_t* buffer, const flatbuffers::TypeTable* type) {
@@ -74,7 +91,7 @@ Json TableToJson(const std::uint8_t* buffer, const flatbuffers::TypeTable* type)
 
 void PrintJson(std::ostream& out, const Json& json, JsonLayout layout) {
   const int indent = layout == JsonLayout::Indented ? 2 : -1;
-  out << json.dump(indent, ' ', false, Json::error_handler_t::replace) << '\n';
+  out << EscapeLateControls(json.dump(indent, ' ', false, Json::error_handler_t::replace)) << '\n';
 }
 
 }  // namespace Vexil::Cli

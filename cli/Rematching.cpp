@@ -28,10 +28,22 @@ Rematched RematchResults(const Results& results) {
   return rematched;
 }
 
+namespace {
+
+/// Every record of NVAPI and of the AMD Display Library makes a GPU. Where one belongs to none of those stored, its GPU
+/// is hidden behind another.
+bool HasHiddenGPUs(const Results& results) {
+  const DetectorsOutputT& raw = *results.records.detectors_output;
+  const auto is_seed = [](const MatchedGPUT& matched) { return matched.nvapi != nullptr || matched.amddl != nullptr; };
+  const auto seeds = std::count_if(results.matched.begin(), results.matched.end(), is_seed);
+  return raw.nvapi.size() + raw.amddl.size() > static_cast<std::size_t>(seeds);
+}
+
+}  // namespace
+
 std::vector<MatchedGPUT> FindHiddenGPUs(const Session& session) {
   const Results& results = session.results;
-  // Matching logs what it does, and of this machine's GPUs it has done so already.
-  if (session.run != nullptr && session.run->gpus.size() == results.gpus.size()) return {};
+  if (!HasHiddenGPUs(results)) return {};
   std::vector<MatchedGPUT> hidden;
   const std::vector<MatchedGPUT> matched = RematchResults(results).matched;
   for (auto entry = matched.begin(); entry != matched.end(); ++entry) {

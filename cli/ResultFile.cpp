@@ -1,5 +1,7 @@
 #include "cli/ResultFile.h"
 
+#include <flatbuffers/minireflect.h>
+
 #include <algorithm>
 #include <cerrno>
 #include <fstream>
@@ -12,10 +14,60 @@ using FlatBuffers::DetectionResultT;
 
 namespace {
 
-// Far beyond any real result, so that a damaged or foreign file cannot make the program work for hours.
-constexpr std::size_t kLargestFile = std::size_t{16} << 20;
-constexpr flatbuffers::uoffset_t kDeepestNesting = 16;
-constexpr flatbuffers::uoffset_t kMostTables = 100'000;
+// A machine with 64 GPUs makes 200 KB with 1,200 tables and lists of 64. Some room above that is enough, and files that
+// were made up cannot keep the program busy for hours.
+constexpr std::size_t kLargestFile = std::size_t{1} << 20;
+constexpr flatbuffers::uoffset_t kDeepestNesting = 8;
+constexpr flatbuffers::uoffset_t kMostTables = 8192;
+constexpr std::size_t kLongestList = 1024;
+
+/// Finds what the verifier passes over: retired fields, the alignment of a list's elements, and offsets that share
+/// their targets, by which a small buffer can unpack to a million times its size. What the library writes shares
+/// nothing and unpacks to less than its own size.
+class Examination final : public flatbuffers::IterationVisitor {
+ public:
+  struct Failed : std::exception {};
+
+  explicit Examination(const std::vector<std::uint8_t>& buffer) : m_buffer(buffer), m_left(buffer.size()) {}
+
+  void StartSequence() override { Unpack(sizeof(flatbuffers::soffset_t)); }
+  void Field(std::size_t /*field*/, std::size_t /*set*/, flatbuffers::ElementaryType type, bool is_list,
+             const flatbuffers::TypeTable* table, const char* /*name*/, const std::uint8_t* value) override {
+    if (value != nullptr) Read(value, is_list ? sizeof(flatbuffers::uoffset_t) : flatbuffers::InlineSize(type, table));
+  }
+  void Element(std::size_t index, flatbuffers::ElementaryType type, const flatbuffers::TypeTable* table,
+               const std::uint8_t* value) override {
+    if (index >= kLongestList) throw Failed();
+    Read(value, flatbuffers::InlineSize(type, table));
+  }
+  void String(const flatbuffers::String* text) override { Unpack(text->size()); }
+
+ private:
+  void Read(const std::uint8_t* value, std::size_t size) {
+    const auto place = static_cast<std::size_t>(value - m_buffer.data());
+    if (place % size != 0 || place > m_buffer.size() - size) throw Failed();
+    Unpack(size);
+  }
+  void Unpack(std::size_t bytes) {
+    if (bytes > m_left) throw Failed();
+    m_left -= bytes;
+  }
+
+  const std::vector<std::uint8_t>& m_buffer;
+  std::size_t m_left;
+};
+
+bool IsSound(const std::vector<std::uint8_t>& buffer) {
+  flatbuffers::Verifier verifier(buffer.data(), buffer.size(), kDeepestNesting, kMostTables);
+  if (!FlatBuffers::VerifyDetectionResultBuffer(verifier)) return false;
+  try {
+    Examination examination(buffer);
+    flatbuffers::IterateFlatBuffer(buffer.data(), FlatBuffers::DetectionResultTypeTable(), &examination);
+  } catch (const Examination::Failed&) {
+    return false;
+  }
+  return true;
+}
 
 /// What every result has that the library wrote. Other formats pass for a result without any field.
 bool IsComplete(const DetectionResultT& records) {
@@ -24,47 +76,27 @@ bool IsComplete(const DetectionResultT& records) {
   return std::all_of(records.gpus.begin(), records.gpus.end(), has_gpu);
 }
 
-/// The verifier takes the elements of a list at any address, which matters where they are larger than the list's count.
-bool IsAligned(const flatbuffers::Vector<std::uint64_t>* list) {
-  return list == nullptr || reinterpret_cast<std::uintptr_t>(list->Data()) % sizeof(std::uint64_t) == 0;
-}
-
-bool AreListsAligned(const FlatBuffers::DetectionResult& result) {
-  const auto are_aligned = [](const auto* records, const auto& is_aligned) {
-    return records == nullptr || std::all_of(records->begin(), records->end(), is_aligned);
-  };
-  const auto is_opencl_aligned = [](const FlatBuffers::OpenCLGPU* opencl) {
-    return opencl == nullptr || IsAligned(opencl->peers());
-  };
-  const auto is_gpu_aligned = [&](const FlatBuffers::MatchedGPU* matched) {
-    const FlatBuffers::GPU* gpu = matched->gpu();
-    return (gpu == nullptr || IsAligned(gpu->opencl_peers())) && is_opencl_aligned(matched->opencl());
-  };
-  const FlatBuffers::DetectorsOutput* raw = result.detectors_output();
-  return are_aligned(result.gpus(), is_gpu_aligned) &&
-         (raw == nullptr || are_aligned(raw->opencl(), is_opencl_aligned));
-}
-
 std::string LastError() { return std::generic_category().message(errno); }
 
 }  // namespace
 
-Results UnpackResults(std::vector<std::uint8_t> buffer, const std::string& name) {
-  flatbuffers::Verifier verifier(buffer.data(), buffer.size(), kDeepestNesting, kMostTables);
-  if (!FlatBuffers::VerifyDetectionResultBuffer(verifier) ||
-      !AreListsAligned(*FlatBuffers::GetDetectionResult(buffer.data()))) {
-    throw Error(name + " is not a saved result, or it is damaged");
-  }
+Results UnpackOwnResults(std::vector<std::uint8_t> buffer) {
   Results results;
   FlatBuffers::GetDetectionResult(buffer.data())->UnPackTo(&results.records);
   results.buffer = std::move(buffer);
-  if (!IsComplete(results.records)) throw Error(name + " is not a complete result");
-
   for (const auto& matched : results.records.gpus) {
+    if (matched == nullptr || matched->gpu == nullptr) continue;
     results.matched.push_back(*matched);
     results.gpus.push_back(*matched->gpu);
   }
   for (const auto& monitor : results.records.monitors) results.monitors.push_back(*monitor);
+  return results;
+}
+
+Results UnpackResults(std::vector<std::uint8_t> buffer, const std::string& name) {
+  if (!IsSound(buffer)) throw Error(name + " is not a saved result, or it is damaged");
+  Results results = UnpackOwnResults(std::move(buffer));
+  if (!IsComplete(results.records)) throw Error(name + " is not a complete result");
   return results;
 }
 

@@ -25,8 +25,10 @@ struct Results {
   std::vector<FlatBuffers::MonitorT> monitors;
 };
 
-/// Unpacks a buffer of Detector::Serialize. Where the buffer is no such thing, throws an Error that
-/// calls it by `name`.
+/// Unpacks a buffer that this program's own run has packed.
+Results UnpackOwnResults(std::vector<std::uint8_t> buffer);
+
+/// Unpacks a buffer of unknown origin. Where it is none of the library's, throws an Error that calls it by `name`.
 Results UnpackResults(std::vector<std::uint8_t> buffer, const std::string& name);
 
 /// The content of a file. Throws an Error where it cannot be read.

@@ -149,23 +149,38 @@ TEST_F(CommandLineTest, SavesWhatItCanReadBack) {
   const json told = json::parse(Run({"save", path, "--json"}).out);
   EXPECT_EQ(told, json({{"file", path}, {"gpus", 5}, {"bytes", Detect().size()}}));
   EXPECT_EQ(Run({"save", TemporaryFile("no/such/folder")}).status, 2);
+
+  // What keeps it from being written leaves what was there.
+  std::filesystem::create_directory(path + ".part");
+  Simulation::SetMachine(LoadTestMachine("hybrid-laptop"));
+  const Answer failed = Run({"save", path});
+  EXPECT_EQ(failed.status, 2);
+  EXPECT_EQ(failed.err.rfind("vexil: cannot write \"" + path + "\": ", 0), 0U) << failed.err;
+  EXPECT_EQ(Cli::ReadFile(path), Cli::ReadFile(m_saved));
+  std::filesystem::remove(path + ".part");
+  EXPECT_EQ(Run({"save", path}).status, 0);
+  EXPECT_EQ(Cli::ReadFile(path), Detect());
+  EXPECT_FALSE(std::filesystem::exists(path + ".part"));
+
   if (!std::filesystem::exists("/dev/full")) return;
   const Answer full = Run({"save", "/dev/full"});
   EXPECT_EQ(full.status, 2);
-  EXPECT_EQ(full.err, "vexil: \"/dev/full\" could not be written completely\n");
+  EXPECT_EQ(full.err, "vexil: cannot write \"/dev/full\": No space left on device\n");
 }
 
 TEST_F(CommandLineTest, OutputIsSoundWhateverDriversCallThings) {
   Simulation::Machine machine = LoadTestMachine("five-gpus");
-  machine.dxgi->at(4).description.name = "Intel\xAE \xC2 \"UHD\"\n\x1B[2J\x7F Graphics";
+  machine.dxgi->at(4).description.name = "Intel\xAE \xC2 \"UHD\"\n\x1B[2J\x7F \x9B[2J \xC2\x9B[2J Graphics";
   Simulation::SetMachine(machine);
   for (const char* command : {"list", "doctor", "memory", "show"}) {
     std::vector<std::string> arguments = {command, "--json"};
     if (command == std::string("show")) arguments.emplace_back("Intel");
-    EXPECT_TRUE(json::accept(Run(arguments).out)) << command;
+    const std::string as_json = Run(arguments).out;
+    EXPECT_TRUE(json::accept(as_json)) << command;
     arguments.erase(arguments.begin() + 1);
-    const std::string text = Run(arguments).out;
-    EXPECT_EQ(text.find_first_of("\x1B\x7F"), std::string::npos) << text;
+    const std::string as_text = Run(arguments).out;
+    for (const std::string& text : {as_json, as_text})
+      EXPECT_EQ(text.find_first_of("\x1B\x7F\x9B"), std::string::npos) << text;
   }
   EXPECT_EQ(Lines(Run({"list"}).out).size(), 5U);
   EXPECT_TRUE(Contains(Run({}).out, "\"UHD\"??[2J?"));

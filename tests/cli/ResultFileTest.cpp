@@ -1,8 +1,11 @@
 #include "cli/ResultFile.h"
 
+#include <functional>
 #include <optional>
 #include <sstream>
 
+#include "Vexil/Results/ResultOutput.h"
+#include "Vexil/Sources/Sources.h"
 #include "cli/Commands.h"
 #include "tests/cli/ProgramTest.h"
 
@@ -58,6 +61,103 @@ TEST_F(ResultFileTest, ADamagedResultIsNoneOrAnother) {
     }
   }
   EXPECT_GT(survivors, whole.size());
+}
+
+TEST_F(ResultFileTest, OwnResultsOfAllMachinesAreTaken) {
+  for (const std::string& machine : MachineNames()) {
+    Simulation::SetMachine(LoadTestMachine(machine));
+    EXPECT_TRUE(Unpack(Detect()).has_value()) << machine;
+  }
+}
+
+// Small files that would unpack to gigabytes, or keep matching busy for hours.
+TEST_F(ResultFileTest, BombsAreNone) {
+  using FlatBuffers::DetectionResultT, FlatBuffers::MatchedGPUT, FlatBuffers::NvAPIGPUT;
+  using Builder = flatbuffers::FlatBufferBuilder;
+  DetectionResultT sound;
+  FlatBuffers::GetDetectionResult(Detect().data())->UnPackTo(&sound);
+  const auto pack = [&](const std::function<void(Builder&, FlatBuffers::DetectorsOutputBuilder&)>& add,
+                        const std::function<void(Builder&)>& prepare) {
+    Builder builder;
+    const auto system = FlatBuffers::CreateSystem(builder, sound.system.get());
+    prepare(builder);
+    FlatBuffers::DetectorsOutputBuilder output(builder);
+    add(builder, output);
+    const auto detectors_output = output.Finish();
+    FlatBuffers::DetectionResultBuilder result(builder);
+    result.add_system(system);
+    result.add_detectors_output(detectors_output);
+    FlatBuffers::FinishDetectionResultBuffer(builder, result.Finish());
+    return std::vector<std::uint8_t>(builder.GetBufferPointer(), builder.GetBufferPointer() + builder.GetSize());
+  };
+  /// A result with this many NVML records, each with its own or the one list of links.
+  const auto with_nvml = [&](std::size_t records, std::size_t links, bool is_shared) {
+    flatbuffers::Offset<flatbuffers::Vector<flatbuffers::Offset<FlatBuffers::NVMLGPU>>> list;
+    return pack([&](Builder&, auto& output) { output.add_nvml(list); },
+                [&](Builder& builder) {
+                  const std::vector<std::int32_t> buses(links);
+                  auto shared = builder.CreateVector(buses);
+                  std::vector<flatbuffers::Offset<FlatBuffers::NVMLGPU>> tables;
+                  for (std::size_t i = 0; i < records; ++i) {
+                    if (!is_shared) shared = builder.CreateVector(buses);
+                    FlatBuffers::NVMLGPUBuilder nvml(builder);
+                    nvml.add_nvlink_remote_pci_buses(shared);
+                    tables.push_back(nvml.Finish());
+                  }
+                  list = builder.CreateVector(tables);
+                });
+  };
+  /// A result with one record that stands in its list this many times.
+  const auto with_repeated = [&](std::size_t times) {
+    flatbuffers::Offset<flatbuffers::Vector<flatbuffers::Offset<FlatBuffers::NvAPIGPU>>> list;
+    return pack([&](Builder&, auto& output) { output.add_nvapi(list); },
+                [&](Builder& builder) {
+                  NvAPIGPUT record;
+                  record.name = std::string(1000, 'x');
+                  list = builder.CreateVector(std::vector(times, FlatBuffers::CreateNvAPIGPU(builder, &record)));
+                });
+  };
+  /// A result with this many GPUs, each seen by all sources.
+  const auto with_gpus = [&](std::size_t gpus) {
+    MatchedGPUT matched;
+    matched.gpu = std::make_shared<FlatBuffers::GPUT>();
+    ForEachSource([&](const auto& source) {
+      auto& record = matched.*source.record;
+      record = std::make_shared<typename std::remove_reference_t<decltype(record)>::element_type>();
+    });
+    DetectionResultT result = sound;
+    result.gpus.assign(gpus, std::make_shared<MatchedGPUT>(matched));
+    std::vector<std::uint8_t> bytes;
+    PackResult(result, bytes);
+    return bytes;
+  };
+  const struct {
+    const char* name;
+    std::vector<std::uint8_t> bytes;
+    bool is_taken;
+  } kCases[] = {
+      {"as many lists as there are", with_nvml(100, 100, false), true},
+      {"one list a hundred times", with_nvml(100, 100, true), false},
+      {"a record that is listed once", with_repeated(1), true},
+      {"a record that is listed a hundred times", with_repeated(100), false},
+      {"the longest list", with_nvml(1, 1024, false), true},
+      {"a longer list", with_nvml(1, 1025, false), false},
+      {"a longer list of records", with_nvml(1025, 1, false), false},
+      {"many GPUs", with_gpus(100), true},
+      {"too many records in all", with_gpus(1000), false},
+  };
+  for (const auto& test_case : kCases) {
+    SCOPED_TRACE(test_case.name);
+    const auto results = Unpack(test_case.bytes);
+    EXPECT_EQ(results.has_value(), test_case.is_taken);
+    if (results) RunAllCommands(*results);
+  }
+
+  const std::string path = TemporaryFile("large");
+  WriteFile(path, std::vector<std::uint8_t>((1U << 20) + 1));
+  const Answer answer = Run({"list", "--from", path});
+  EXPECT_EQ(answer.status, 2);
+  EXPECT_EQ(answer.err, "vexil: \"" + path + "\" is too large for a saved result\n");
 }
 
 TEST_F(ResultFileTest, OtherFilesAreNone) {
