@@ -18,7 +18,7 @@ class TheDetector : public Vexil::Detector {
 
 }  // namespace
 
-Vexil::Detector* GetInstance() {
+Vexil::Detector* GetInstance() noexcept(false) {
   static TheDetector detector;
   return &detector;
 }

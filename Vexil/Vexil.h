@@ -26,7 +26,7 @@ class Detector;
 /// The process's one Detector, never null, alive until the process exits; the caller never deletes it.
 /// Any thread may call it at any time. The first call sets up logging (see Detector); no call detects.
 /// What that may throw is the standard library's and log4cxx's; a later call tries again.
-extern "C" VEXIL_API Vexil::Detector* GetInstance();
+extern "C" VEXIL_API Vexil::Detector* GetInstance() noexcept(false);
 
 namespace Vexil {
 

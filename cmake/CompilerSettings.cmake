@@ -3,8 +3,12 @@
 add_library(vexil_settings INTERFACE)
 
 if(MSVC)
-  set(options /W4 /permissive- /utf-8 /guard:cf)
-  target_link_options(vexil_settings INTERFACE /guard:cf)
+  # Log lines name their source file; the folder that it was built in is nobody's business. Symbols for release builds, too.
+  cmake_path(NATIVE_PATH PROJECT_SOURCE_DIR source_dir)
+  set(options /W4 /permissive- /utf-8 /guard:cf /Zi "/d1trimfile:${source_dir}\\")
+  target_link_options(vexil_settings INTERFACE /guard:cf /DEBUG /OPT:REF /OPT:ICF)
+  # Standard functions such as getenv, for which Microsoft has replacements of its own.
+  target_compile_definitions(vexil_settings INTERFACE _CRT_SECURE_NO_WARNINGS)
 else()
   set(options
     -Wall -Wextra -Wpedantic -Wshadow -Wconversion -Wsign-conversion -Wold-style-cast -Wnon-virtual-dtor

@@ -107,7 +107,7 @@ static void Read(const JsonPath& from, DriverKey& to) {
 }
 
 static std::uint32_t IndexOf(const JsonPath& from, const std::vector<std::string>& words) {
-  const auto word = std::find(words.begin(), words.end(), from.json);
+  const auto word = std::find(words.begin(), words.end(), from.json.is_string() ? from.json.get<std::string>() : "");
   if (word == words.end()) from.Fail(fmt::format("expected one of {}", fmt::join(words, ", ")));
   return static_cast<std::uint32_t>(word - words.begin());
 }

@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "Vexil/AMD/AMDDisplayLibrary.h"
 #include "tests/unit/SourceTest.h"

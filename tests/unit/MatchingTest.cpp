@@ -1,6 +1,7 @@
 #include "Vexil/DetectGPUWindows/Matching.h"
 
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 #include <gtest/gtest.h>
 
 #include "Vexil/Common/Text.h"

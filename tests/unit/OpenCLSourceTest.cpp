@@ -1,4 +1,5 @@
 #include <fmt/format.h>
+#include <fmt/ranges.h>
 
 #include "Vexil/DetectCommon/IntelDriverVersion.h"
 #include "Vexil/DetectCommon/OpenCLDetector.h"
