@@ -130,7 +130,7 @@ build_benchmark() {
 # /usr/include as a whole.
 copy_header_libraries() {
     mkdir -p "$prefix"/{include,lib,share/cmake}
-    cp -r /usr/include/{flatbuffers,CL,CLI,nlohmann} "$prefix/include/"
+    cp -r /usr/include/{flatbuffers,CL,CLI,nlohmann,vulkan,vk_video,level_zero} "$prefix/include/"
     cp -r /usr/share/cmake/{CLI11,nlohmann_json} "$prefix/share/cmake/"
 }
 
@@ -157,6 +157,8 @@ copy_licenses() {
     cp "$build/fmtlib/LICENSE.rst" "$licenses/fmt.txt"
     cat "$documentation/libflatbuffers-dev/copyright" /usr/share/common-licenses/Apache-2.0 >"$licenses/flatbuffers.txt"
     cat "$documentation/opencl-c-headers/copyright" /usr/share/common-licenses/Apache-2.0 >"$licenses/opencl-headers.txt"
+    cat "$documentation/libvulkan-dev/copyright" /usr/share/common-licenses/Apache-2.0 >"$licenses/vulkan-headers.txt"
+    cp "$documentation/libze-dev/copyright" "$licenses/level-zero-headers.txt"
     cp "$documentation/libcli11-dev/copyright" "$licenses/cli11.txt"
     cp "$documentation/nlohmann-json3-dev/copyright" "$licenses/nlohmann-json.txt"
     cat "$documentation/gcc-mingw-w64-x86-64-posix-runtime/copyright" /usr/share/common-licenses/GPL-3 >"$licenses/gcc-runtime.txt"

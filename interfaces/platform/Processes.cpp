@@ -1,0 +1,182 @@
+#include "interfaces/platform/Processes.h"
+
+#include <windows.h>
+
+#include <algorithm>
+#include <memory>
+
+namespace Vexil::Interfaces {
+namespace {
+
+struct Close {
+  void operator()(HANDLE handle) const { CloseHandle(handle); }
+};
+using Handle = std::unique_ptr<void, Close>;
+
+using Clock = std::chrono::steady_clock;
+
+/// More than any answer has.
+constexpr std::size_t kMostOutput = std::size_t{1} << 22;
+
+/// One argument as a program's C library takes command lines apart.
+void AppendQuoted(std::string& line, const std::string& argument) {
+  if (!line.empty()) line += ' ';
+  if (!argument.empty() && argument.find_first_of(" \t\n\v\"") == std::string::npos) {
+    line += argument;
+    return;
+  }
+  line += '"';
+  std::size_t backslashes = 0;
+  for (const char c : argument) {
+    if (c == '"') line.append(backslashes + 1, '\\');
+    backslashes = c == '\\' ? backslashes + 1 : 0;
+    line += c;
+  }
+  line.append(backslashes, '\\');
+  line += '"';
+}
+
+std::string ThisProgram() {
+  std::string path(32768, '\0');
+  path.resize(GetModuleFileNameA(nullptr, path.data(), static_cast<DWORD>(path.size())));
+  return path;
+}
+
+/// A process that inherits nothing but its streams.
+class Child {
+ public:
+  Child(const std::vector<std::string>& arguments, HANDLE job, HANDLE nothing) {
+    if (!Start(arguments, job, nothing)) m_end = {ProcessEnd::NotStarted, GetLastError(), {}};
+  }
+
+  bool IsRunning() const { return m_process != nullptr && WaitForSingleObject(m_process.get(), 0) == WAIT_TIMEOUT; }
+
+  /// What is in the pipe now. The end of the pipe says nothing: others may hold it.
+  void Drain() {
+    DWORD available = 0;
+    while (m_pipe != nullptr && PeekNamedPipe(m_pipe.get(), nullptr, 0, nullptr, &available, nullptr) != FALSE &&
+           available > 0) {
+      char block[4096];
+      DWORD size = 0;
+      if (ReadFile(m_pipe.get(), block, std::min<DWORD>(available, sizeof(block)), &size, nullptr) == FALSE) break;
+      if (m_end.output.size() < kMostOutput) m_end.output.append(block, size);
+    }
+  }
+
+  void Stop() {
+    m_end.kind = ProcessEnd::TimedOut;
+    TerminateProcess(m_process.get(), 1);
+  }
+
+  ProcessEnd TakeEnd() {
+    Drain();
+    DWORD code = 0;
+    if (m_end.kind == ProcessEnd::Ended && GetExitCodeProcess(m_process.get(), &code) != FALSE) m_end.code = code;
+    return std::move(m_end);
+  }
+
+ private:
+  bool Start(const std::vector<std::string>& arguments, HANDLE job, HANDLE nothing) {
+    SECURITY_ATTRIBUTES inheritable = {sizeof(inheritable), nullptr, TRUE};
+    HANDLE read = nullptr;
+    HANDLE write = nullptr;
+    if (CreatePipe(&read, &write, &inheritable, 0) == FALSE) return false;
+    m_pipe.reset(read);
+    const Handle write_end(write);
+    SetHandleInformation(read, HANDLE_FLAG_INHERIT, 0);
+
+    SIZE_T size = 0;
+    InitializeProcThreadAttributeList(nullptr, 1, 0, &size);
+    std::vector<unsigned char> buffer(size);
+    auto* const attributes = reinterpret_cast<LPPROC_THREAD_ATTRIBUTE_LIST>(buffer.data());
+    HANDLE streams[] = {nothing, write};
+    if (InitializeProcThreadAttributeList(attributes, 1, 0, &size) == FALSE) return false;
+    UpdateProcThreadAttribute(attributes, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, streams, sizeof(streams), nullptr,
+                              nullptr);
+
+    const std::string program = ThisProgram();
+    std::string line;
+    AppendQuoted(line, program);
+    for (const std::string& argument : arguments) AppendQuoted(line, argument);
+    STARTUPINFOEXA start = {};
+    start.StartupInfo.cb = sizeof(start);
+    start.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
+    start.StartupInfo.hStdInput = nothing;
+    start.StartupInfo.hStdOutput = write;
+    start.StartupInfo.hStdError = nothing;
+    start.lpAttributeList = attributes;
+    PROCESS_INFORMATION process = {};
+    const BOOL started = CreateProcessA(program.c_str(), line.data(), nullptr, nullptr, TRUE,
+                                        EXTENDED_STARTUPINFO_PRESENT | CREATE_SUSPENDED | CREATE_NO_WINDOW, nullptr,
+                                        nullptr, &start.StartupInfo, &process);
+    DeleteProcThreadAttributeList(attributes);
+    if (started == FALSE) return false;
+    m_process.reset(process.hProcess);
+    const Handle thread(process.hThread);
+    AssignProcessToJobObject(job, process.hProcess);
+    return ResumeThread(process.hThread) != static_cast<DWORD>(-1);
+  }
+
+  Handle m_pipe;
+  Handle m_process;
+  ProcessEnd m_end = {ProcessEnd::Ended, 0, {}};
+};
+
+/// Goes with this process, and its processes with it.
+Handle MakeJob() {
+  Handle job(CreateJobObjectA(nullptr, nullptr));
+  JOBOBJECT_EXTENDED_LIMIT_INFORMATION limits = {};
+  limits.BasicLimitInformation.LimitFlags = JOB_OBJECT_LIMIT_KILL_ON_JOB_CLOSE;
+  SetInformationJobObject(job.get(), JobObjectExtendedLimitInformation, &limits, sizeof(limits));
+  return job;
+}
+
+}  // namespace
+
+std::vector<ProcessEnd> RunThisProgram(
+    const std::vector<std::vector<std::string>>& arguments, std::chrono::milliseconds limit,
+    const std::function<std::string(const std::vector<std::string>& arguments)>& /*in_this_process*/) {
+  const Handle job = MakeJob();
+  SECURITY_ATTRIBUTES inheritable = {sizeof(inheritable), nullptr, TRUE};
+  const Handle nothing(CreateFileA("NUL", GENERIC_READ | GENERIC_WRITE, FILE_SHARE_READ | FILE_SHARE_WRITE,
+                                   &inheritable, OPEN_EXISTING, 0, nullptr));
+  const auto deadline = Clock::now() + limit;
+  std::vector<std::unique_ptr<Child>> children;
+  for (const auto& of_child : arguments) {
+    children.push_back(std::make_unique<Child>(of_child, job.get(), nothing.get()));
+  }
+  const auto is_running = [](const auto& child) { return child->IsRunning(); };
+  while (std::any_of(children.begin(), children.end(), is_running) && Clock::now() < deadline) {
+    for (const auto& child : children) child->Drain();
+    Sleep(5);
+  }
+  std::vector<ProcessEnd> ends;
+  for (const auto& child : children) {
+    if (child->IsRunning()) child->Stop();
+    ends.push_back(child->TakeEnd());
+  }
+  return ends;
+}
+
+void BecomeChild() { SetErrorMode(SEM_FAILCRITICALERRORS | SEM_NOGPFAULTERRORBOX | SEM_NOOPENFILEERRORBOX); }
+
+ProcessEnd RunProgram(const std::vector<std::string>& command_line) {
+  std::string line;
+  for (const std::string& argument : command_line) AppendQuoted(line, argument);
+  STARTUPINFOA start = {};
+  start.cb = sizeof(start);
+  PROCESS_INFORMATION process = {};
+  // Whether Control-C ends the program is the program's decision.
+  SetConsoleCtrlHandler([](DWORD) -> BOOL { return TRUE; }, TRUE);
+  if (CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &process) == FALSE) {
+    return {ProcessEnd::NotStarted, GetLastError(), {}};
+  }
+  const Handle thread(process.hThread);
+  const Handle handle(process.hProcess);
+  DWORD code = 0;
+  WaitForSingleObject(process.hProcess, INFINITE);
+  GetExitCodeProcess(process.hProcess, &code);
+  return {ProcessEnd::Ended, code, {}};
+}
+
+}  // namespace Vexil::Interfaces

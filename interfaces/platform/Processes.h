@@ -1,0 +1,31 @@
+#pragma once
+
+#include <chrono>
+#include <cstdint>
+#include <functional>
+#include <string>
+#include <vector>
+
+namespace Vexil::Interfaces {
+
+/// How a process ended, and what it wrote on standard output.
+struct ProcessEnd {
+  enum Kind { Ended, TimedOut, NotStarted } kind;
+  std::uint32_t code;  ///< Its exit status, or the system's error number.
+  std::string output;
+};
+
+/// Starts the program that this process runs once for each list of arguments, all at once, and waits for all. A process
+/// that runs longer than the limit is ended, and so are all when this one ends. Where programs cannot be started, as on
+/// a simulated machine, `in_this_process` gives the output instead.
+std::vector<ProcessEnd> RunThisProgram(
+    const std::vector<std::vector<std::string>>& arguments, std::chrono::milliseconds limit,
+    const std::function<std::string(const std::vector<std::string>& arguments)>& in_this_process);
+
+/// In a process so started: from now on no fault opens a dialog.
+void BecomeChild();
+
+/// Runs a program with this process's streams and environment until it ends.
+ProcessEnd RunProgram(const std::vector<std::string>& command_line);
+
+}  // namespace Vexil::Interfaces
