@@ -151,6 +151,24 @@ static void Read(const JsonPath& from, PCIAddress& to) {
   if (!IsNumbers(text, ":", {&to.bus, &to.device})) from.Fail("expected a PCI address such as \"65:0.0\"");
 }
 
+/// Sixteen bytes as hexadecimal digits, with or without hyphens.
+static void Read(const JsonPath& from, UUID& to) {
+  std::string digits;
+  Read(from, digits);
+  std::erase(digits, '-');
+  if (digits.size() != 2 * to.size()) from.Fail("expected a UUID");
+  for (std::size_t i = 0; i < to.size(); ++i) {
+    const char* const byte = digits.data() + 2 * i;
+    const auto [end, error] = std::from_chars(byte, byte + 2, to[i], 16);
+    if (error != std::errc() || end != byte + 2) from.Fail("expected a UUID");
+  }
+}
+
+static void Read(const JsonPath& from, std::map<std::string, std::string>& to) {
+  if (!from.json.is_object()) from.Fail("expected an object");
+  for (const auto& [name, value] : from.json.items()) Read(JsonPath{value, from.path + "." + name}, to[name]);
+}
+
 /// "3840x2160@60"
 static void Read(const JsonPath& from, DisplayMode& to) {
   std::string text;
@@ -238,6 +256,11 @@ static void ReadMembers(Members& m, ClassDevice& to) {
   m("driver", driver);
   m("luid", to.luid);
   m("pci", to.pci);
+  m("instance", to.instance);
+  m("name", to.name);
+  m("physical_index", to.physical_index);
+  m("driver_version", to.driver_version);
+  m("driver_date", to.driver_date);
   if (!driver.text.empty()) to.driver_key = driver.text;
 }
 
@@ -253,6 +276,7 @@ static void ReadMembers(Members& m, GraphicsAdapter& to) {
   m("shared_memory_mib", MiB{description.shared_system_memory});
   m("luid", description.luid);
   m("software", description.is_software);
+  m("performance_rank", to.performance_rank);
   m("outputs", outputs);
   for (const Display& output : outputs) to.outputs.push_back(output.name);
 }
@@ -274,6 +298,10 @@ static void ReadMembers(Members& m, OpenCLDevice& to) {
   m("peers", to.peers);
   m("claimed_peers", to.peer_count);
   m("dxgi_luid", to.luid);
+  m("luid", to.own_luid);
+  m("node_mask", to.node_mask);
+  m("uuid", to.uuid);
+  m("vendor_id", to.vendor_id);
   m("claimed_text_size", to.claimed_text_size);
 }
 
@@ -310,6 +338,9 @@ static void ReadMembers(Members& m, CUDADevice& to) {
   m("compute_minor", to.compute_minor);
   m("pci", to.pci);
   m("peers", to.peers);
+  m("uuid", to.uuid);
+  m("luid", to.luid);
+  m("node_mask", to.node_mask);
 }
 
 static void ReadMembers(Members& m, CUDA& to) {
@@ -325,6 +356,7 @@ static void ReadMembers(Members& m, NvLink& to) {
 
 static void ReadMembers(Members& m, NVMLDevice& to) {
   m("pci", to.pci);
+  m("uuid", to.uuid);
   m("pcie_generation", to.generation);
   m("pcie_max_generation", to.max_generation);
   m("pcie_width", to.width);
@@ -356,6 +388,7 @@ static void ReadMembers(Members& m, NVAPIGPU& to) {
   m("type", Choice{to.gpu_type, {"unknown", "integrated", "discrete"}});
   m("memory_kib", to.memory_kib);
   m("free_memory_kib", to.free_memory_kib);
+  m("luid", to.luid);
 }
 
 static void ReadMembers(Members& m, NVAPIDisplay& to) {
@@ -396,6 +429,74 @@ static void ReadMembers(Members& m, ADL& to) {
   m("adapters", to.adapters);
 }
 
+static void ReadMembers(Members& m, VulkanDevice& to) {
+  m("name", to.name);
+  m("vendor_id", to.vendor_id);
+  m("type", Choice{to.type, {"other", "integrated", "discrete", "virtual", "cpu"}});
+  m("api_version", to.api_version);
+  m("uuid", to.uuid);
+  m("luid", to.luid);
+  m("node_mask", to.node_mask);
+  m("pci", to.pci);
+}
+
+static void ReadMembers(Members& m, Vulkan& to) {
+  ReadLibrary(m, SimulatedVulkan(), to);
+  m("devices", to.devices);
+}
+
+static void ReadMembers(Members& m, HIPDevice& to) {
+  m("name", to.name);
+  m("pci", to.pci);
+  m("uuid", to.uuid);
+  m("luid", to.luid);
+  m("node_mask", to.node_mask);
+}
+
+static void ReadMembers(Members& m, HIP& to) {
+  ReadLibrary(m, SimulatedHIP7(), to);
+  m("version", to.version);
+  m("devices", to.devices);
+}
+
+static void ReadMembers(Members& m, LevelZeroDevice& to) {
+  m("name", to.name);
+  m("gpu", to.is_gpu);
+  m("uuid", to.uuid);
+  m("luid", to.luid);
+  m("pci", to.pci);
+}
+
+static void ReadMembers(Members& m, LevelZeroDriver& to) { m("devices", to.devices); }
+
+static void ReadMembers(Members& m, LevelZero& to) {
+  ReadLibrary(m, SimulatedLevelZero(), to);
+  m("drivers", to.drivers);
+}
+
+static void ReadMembers(Members& m, Interfaces::DisplayPath& to) {
+  Display display;
+  std::string edid;
+  m("display", display);
+  m("luid", to.luid);
+  m("monitor", to.monitor_name);
+  m("connector", to.connector);
+  m("x", to.x);
+  m("y", to.y);
+  m("mode", to.mode);
+  m("scaling", to.scaling);
+  m("hdr_supported", to.hdr_supported);
+  m("hdr_enabled", to.hdr_enabled);
+  m("edid", edid);
+  to.output = display.name;
+  for (std::size_t i = 0; i + 1 < edid.size(); i += 2) {
+    unsigned char byte = 0;
+    const auto [end, error] = std::from_chars(&edid[i], &edid[i] + 2, byte, 16);
+    if (error != std::errc()) m.From().Fail("expected hexadecimal digits in \"edid\"");
+    to.edid.push_back(byte);
+  }
+}
+
 static void ReadMembers(Members& m, Failure& to) {
   m("call", to.call);
   m("device", to.device);
@@ -422,6 +523,11 @@ static void ReadMembers(Members& m, Machine& to) {
   m("nvml", to.nvml);
   m("nvapi", to.nvapi);
   m("adl", to.adl);
+  m("vulkan", to.vulkan);
+  m("hip", to.hip);
+  m("level_zero", to.level_zero);
+  m("display_paths", to.display_paths);
+  m("environment", to.environment);
   m("failures", to.failures);
   for (const DisplayAdapter& adapter : display_adapters) Add(adapter, to);
 }

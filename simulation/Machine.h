@@ -1,5 +1,6 @@
 #pragma once
 
+#include <array>
 #include <cstdint>
 #include <map>
 #include <optional>
@@ -11,6 +12,7 @@
 #include "Vexil/Platform/DXGI.h"
 #include "Vexil/Platform/DisplayDevices.h"
 #include "Vexil/Platform/Kernel.h"
+#include "interfaces/platform/DisplayPaths.h"
 
 namespace Vexil::Simulation {
 
@@ -22,6 +24,8 @@ struct PCIAddress {
   std::uint32_t device = 0;
   std::uint32_t function = 0;
 };
+
+using UUID = std::array<unsigned char, 16>;
 
 /// An output of the desktop, with the monitors on it.
 struct DesktopOutput {
@@ -35,11 +39,17 @@ struct ClassDevice {
   std::optional<std::string> driver_key;
   std::optional<std::uint64_t> luid;
   std::optional<PCIAddress> pci;
+  std::string instance = {};
+  std::string name = {};
+  std::optional<std::uint32_t> physical_index = {};
+  std::string driver_version = {};
+  std::string driver_date = {};
 };
 
 struct GraphicsAdapter {
   DXGIAdapterDescription description;
   std::vector<std::string> outputs;
+  std::optional<std::uint32_t> performance_rank = {};  ///< Where Windows lists it among the fastest.
 };
 
 /// What vendor libraries have in common.
@@ -67,6 +77,10 @@ struct OpenCLDevice {
   std::optional<std::uint64_t> luid;  ///< Of the DXGI adapter with which it shares.
   /// Bytes that it says each of its texts has.
   std::optional<std::uint64_t> claimed_text_size = {};
+  std::optional<std::uint64_t> own_luid = {};  ///< That it tells itself.
+  std::uint32_t node_mask = 1;
+  std::optional<UUID> uuid = {};
+  std::uint32_t vendor_id = 0;
 };
 
 struct OpenCLPlatform {
@@ -93,6 +107,9 @@ struct CUDADevice {
   std::optional<std::int32_t> compute_minor;
   std::optional<PCIAddress> pci;
   std::vector<std::size_t> peers;  ///< Ordinals.
+  std::optional<UUID> uuid = {};
+  std::optional<std::uint64_t> luid = {};
+  std::uint32_t node_mask = 1;
 };
 
 struct CUDA : Library {
@@ -115,6 +132,7 @@ struct NVMLDevice {
   std::vector<NvLink> links;
   /// Links of every number answer, as these do over and over.
   bool has_endless_links = false;
+  std::optional<UUID> uuid = {};
 };
 
 struct NVML : Library {
@@ -138,6 +156,7 @@ struct NVAPIGPU {
   std::optional<std::uint32_t> gpu_type;
   std::optional<std::uint32_t> memory_kib;
   std::uint32_t free_memory_kib = 0;
+  std::optional<std::uint64_t> luid = {};
 };
 
 struct NVAPIDisplay {
@@ -172,6 +191,50 @@ struct ADL : Library {
   std::vector<ADLAdapter> adapters;
 };
 
+struct VulkanDevice {
+  std::string name;
+  std::uint32_t vendor_id = 0;
+  std::optional<std::uint32_t> type;
+  std::uint32_t api_version = 0x00401000;  ///< 1.1
+  UUID uuid = {};
+  std::optional<std::uint64_t> luid;
+  std::uint32_t node_mask = 1;
+  std::optional<PCIAddress> pci;
+};
+
+struct Vulkan : Library {
+  std::vector<VulkanDevice> devices;
+};
+
+struct HIPDevice {
+  std::string name;
+  std::optional<PCIAddress> pci;
+  std::optional<std::string> uuid;  ///< Digits, as newer runtimes write them.
+  std::optional<std::uint64_t> luid;
+  std::uint32_t node_mask = 0;
+};
+
+struct HIP : Library {
+  std::uint32_t version = 7;
+  std::vector<HIPDevice> devices;
+};
+
+struct LevelZeroDevice {
+  std::string name;
+  bool is_gpu = true;
+  UUID uuid = {};
+  std::optional<std::uint64_t> luid;
+  std::optional<PCIAddress> pci;
+};
+
+struct LevelZeroDriver {
+  std::vector<LevelZeroDevice> devices;
+};
+
+struct LevelZero : Library {
+  std::vector<LevelZeroDriver> drivers;
+};
+
 /// Calls that this machine fails.
 struct Failure {
   /// "cuDeviceGetName"; of a call with a parameter also only one kind: "cuDeviceGetAttribute 33".
@@ -199,6 +262,11 @@ struct Machine {
   std::optional<NVML> nvml;
   std::optional<NVAPI> nvapi;
   std::optional<ADL> adl;
+  std::optional<Vulkan> vulkan;
+  std::optional<HIP> hip;
+  std::optional<LevelZero> level_zero;
+  std::vector<Interfaces::DisplayPath> display_paths;
+  std::map<std::string, std::string> environment;
   std::vector<Failure> failures;
   /// Only every other call claims the counts that are claimed; those between tell the truth.
   bool has_unsteady_counts = false;

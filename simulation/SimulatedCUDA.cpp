@@ -1,3 +1,8 @@
+#include <fmt/format.h>
+
+#include <algorithm>
+#include <cstring>
+
 #include "simulation/SimulatedLibraries.h"
 
 // nvcuda.dll
@@ -18,6 +23,35 @@ constexpr int kFirstDevice = 16;
 const CUDADevice* Find(int device) {
   const auto& cuda = TheMachine().cuda;
   return cuda ? At(cuda->devices, device - kFirstDevice) : nullptr;
+}
+
+/// The machine's devices in the order of their ordinals, as the environment leaves them.
+std::vector<std::size_t> Ordinals() {
+  const auto& devices = TheMachine().cuda->devices;
+  std::vector<std::size_t> all(devices.size());
+  for (std::size_t i = 0; i < all.size(); ++i) all[i] = i;
+  if (Variable("CUDA_DEVICE_ORDER") == "PCI_BUS_ID") {
+    const auto bus = [&](std::size_t i) { return devices[i].pci ? devices[i].pci->bus : 0; };
+    std::stable_sort(all.begin(), all.end(), [&](std::size_t a, std::size_t b) { return bus(a) < bus(b); });
+  }
+  auto visible = Variable("CUDA_VISIBLE_DEVICES");
+  if (!visible) return all;
+  std::vector<std::size_t> chosen;
+  for (std::size_t start = 0; start <= visible->size();) {
+    const std::size_t end = std::min(visible->find(',', start), visible->size());
+    const std::string entry = visible->substr(start, end - start);
+    const auto found = std::find_if(all.begin(), all.end(), [&](const std::size_t& index) {
+      const auto& uuid = devices[index].uuid;
+      const bool is_uuid = entry.rfind("GPU-", 0) == 0;
+      if (is_uuid) return uuid && ("GPU-" + ToText(*uuid)).rfind(entry, 0) == 0;
+      return entry == std::to_string(&index - all.data());
+    });
+    // The first one that is none cuts off the rest.
+    if (found == all.end()) break;
+    chosen.push_back(*found);
+    start = end + 1;
+  }
+  return chosen;
 }
 
 /// Why a call about this device cannot be answered; 0 where it can.
@@ -42,13 +76,45 @@ int cuInit(unsigned flags) {
 
 int cuDeviceGetCount(int* count) {
   if (EntryFails(SimulatedCUDA(), "cuDeviceGetCount")) return kUnknownError;
-  *count = Count<int>(TheMachine().cuda->claimed_count, TheMachine().cuda->devices);
+  *count = Count<int>(TheMachine().cuda->claimed_count, Ordinals());
   return kSuccess;
 }
 
 int cuDeviceGet(int* device, int ordinal) {
-  if (const int refusal = Refusal("cuDeviceGet", ordinal + kFirstDevice)) return refusal;
-  *device = ordinal + kFirstDevice;
+  if (EntryFails(SimulatedCUDA(), "cuDeviceGet", {}, ordinal)) return kUnknownError;
+  const auto ordinals = Ordinals();
+  const std::size_t* index = At(ordinals, ordinal);
+  if (index == nullptr) return kInvalidDevice;
+  *device = static_cast<int>(*index) + kFirstDevice;
+  return kSuccess;
+}
+
+int cuDeviceGetPCIBusId(char* text, int length, int device) {
+  if (const int refusal = Refusal("cuDeviceGetPCIBusId", device)) return refusal;
+  const auto& pci = Find(device)->pci;
+  if (!pci || length < 13) return kInvalidValue;
+  WriteText(fmt::format("0000:{:02X}:{:02X}.{}", pci->bus, pci->device, pci->function), text,
+            static_cast<std::size_t>(length));
+  return kSuccess;
+}
+
+int TellUuid(const char* call, unsigned char* bytes, int device) {
+  if (const int refusal = Refusal(call, device)) return refusal;
+  const auto& uuid = Find(device)->uuid;
+  if (!uuid) return kInvalidValue;
+  std::memcpy(bytes, uuid->data(), uuid->size());
+  return kSuccess;
+}
+
+int cuDeviceGetUuid(unsigned char* bytes, int device) { return TellUuid("cuDeviceGetUuid", bytes, device); }
+int cuDeviceGetUuid_v2(unsigned char* bytes, int device) { return TellUuid("cuDeviceGetUuid_v2", bytes, device); }
+
+int cuDeviceGetLuid(char* bytes, unsigned* node_mask, int device) {
+  if (const int refusal = Refusal("cuDeviceGetLuid", device)) return refusal;
+  const CUDADevice& found = *Find(device);
+  if (!found.luid) return kInvalidValue;
+  std::memcpy(bytes, &*found.luid, sizeof(*found.luid));
+  *node_mask = found.node_mask;
   return kSuccess;
 }
 
@@ -109,6 +175,10 @@ const SimulatedLibrary& SimulatedCUDA() {
                                             {"cuDeviceGetName", ToSymbol<cuDeviceGetName>()},
                                             {"cuDeviceTotalMem_v2", ToSymbol<cuDeviceTotalMem_v2>()},
                                             {"cuDeviceCanAccessPeer", ToSymbol<cuDeviceCanAccessPeer>()},
+                                            {"cuDeviceGetPCIBusId", ToSymbol<cuDeviceGetPCIBusId>()},
+                                            {"cuDeviceGetUuid", ToSymbol<cuDeviceGetUuid>()},
+                                            {"cuDeviceGetUuid_v2", ToSymbol<cuDeviceGetUuid_v2>()},
+                                            {"cuDeviceGetLuid", ToSymbol<cuDeviceGetLuid>()},
                                             {"cuGetErrorName", ToSymbol<cuGetErrorName>()},
                                             {"cuDriverGetVersion", ToSymbol<cuDriverGetVersion>()}},
                                            {},

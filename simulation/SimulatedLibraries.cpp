@@ -10,6 +10,7 @@ thread_local std::optional<int> t_status;
 
 const std::set<std::string>& CallsOfWindows() {
   static const std::set<std::string> calls = {"CreateDXGIFactory",
+                                              "EnumAdapterByGpuPreference",
                                               "EnumAdapters1",
                                               "EnumDisplayDevices",
                                               "EnumDisplaySettings",
@@ -19,6 +20,7 @@ const std::set<std::string>& CallsOfWindows() {
                                               "GetProcAddress",
                                               "GlobalMemoryStatusEx",
                                               "LoadLibrary",
+                                              "QueryDisplayConfig",
                                               "QueryInterface",
                                               "RegGetValue",
                                               "SetupDiEnumDeviceInfo",

@@ -41,9 +41,15 @@ const SimulatedLibrary& SimulatedCUDA();
 const SimulatedLibrary& SimulatedNVML();
 const SimulatedLibrary& SimulatedNVAPI();
 const SimulatedLibrary& SimulatedADL();
+const SimulatedLibrary& SimulatedVulkan();
+const SimulatedLibrary& SimulatedHIP5();
+const SimulatedLibrary& SimulatedHIP6();
+const SimulatedLibrary& SimulatedHIP7();
+const SimulatedLibrary& SimulatedLevelZero();
 
 inline std::vector<const SimulatedLibrary*> AllLibraries() {
-  return {&SimulatedOpenCL(), &SimulatedCUDA(), &SimulatedNVML(), &SimulatedNVAPI(), &SimulatedADL()};
+  return {&SimulatedOpenCL(), &SimulatedCUDA(), &SimulatedNVML(), &SimulatedNVAPI(), &SimulatedADL(),
+          &SimulatedVulkan(), &SimulatedHIP5(), &SimulatedHIP6(), &SimulatedHIP7(),  &SimulatedLevelZero()};
 }
 
 /// The status with which the machine wants this thread's call to fail, if it does; asking forgets it.
@@ -55,10 +61,15 @@ struct StatusReplaced {
   template <Result (*entry)(Arguments...)>
   static Result Call(Arguments... arguments) {
     const InsideCall inside;
-    const Result result = entry(arguments...);
-    const std::optional<int> status = TakeStatus();
-    if constexpr (std::is_same_v<Result, int>) return status.value_or(result);
-    return result;
+    if constexpr (std::is_void_v<Result>) {
+      entry(arguments...);
+      TakeStatus();
+    } else {
+      const Result result = entry(arguments...);
+      const std::optional<int> status = TakeStatus();
+      if constexpr (std::is_same_v<Result, int>) return status.value_or(result);
+      return result;
+    }
   }
 };
 

@@ -89,6 +89,18 @@ int nvmlDeviceGetPciInfo_v3(Device device, PCIInfo* info) {
   return kSuccess;
 }
 
+/// With a NUL, or not at all.
+int nvmlDeviceGetUUID(Device device, char* uuid, unsigned length) {
+  constexpr int kInsufficientSize = 7;
+  const NVMLDevice* found = nullptr;
+  if (const int refusal = Refusal("nvmlDeviceGetUUID", device, found)) return refusal;
+  if (!found->uuid) return kNotSupported;
+  const std::string text = "GPU-" + ToText(*found->uuid);
+  if (length <= text.size()) return kInsufficientSize;
+  WriteText(text, uuid, length);
+  return kSuccess;
+}
+
 int TellNumber(const char* call, Device device, std::optional<std::uint32_t> NVMLDevice::*number, unsigned* value) {
   const NVMLDevice* found = nullptr;
   if (const int refusal = Refusal(call, device, found)) return refusal;
@@ -156,6 +168,7 @@ const SimulatedLibrary& SimulatedNVML() {
        {"nvmlDeviceGetCount_v2", ToSymbol<nvmlDeviceGetCount_v2>()},
        {"nvmlDeviceGetHandleByIndex_v2", ToSymbol<nvmlDeviceGetHandleByIndex_v2>()},
        {"nvmlDeviceGetPciInfo_v3", ToSymbol<nvmlDeviceGetPciInfo_v3>()},
+       {"nvmlDeviceGetUUID", ToSymbol<nvmlDeviceGetUUID>()},
        {"nvmlDeviceGetCurrPcieLinkGeneration", ToSymbol<nvmlDeviceGetCurrPcieLinkGeneration>()},
        {"nvmlDeviceGetMaxPcieLinkGeneration", ToSymbol<nvmlDeviceGetMaxPcieLinkGeneration>()},
        {"nvmlDeviceGetCurrPcieLinkWidth", ToSymbol<nvmlDeviceGetCurrPcieLinkWidth>()},

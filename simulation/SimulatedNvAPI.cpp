@@ -1,4 +1,5 @@
 #include <array>
+#include <cstddef>
 #include <cstring>
 
 #include "simulation/SimulatedLibraries.h"
@@ -199,6 +200,49 @@ int GetMemoryInfo(Handle gpu, MemoryInfo* info) {
   return kOK;
 }
 
+// Without links between them every GPU is a logical one, too.
+
+constexpr std::uintptr_t kLogical = 0x100000;
+
+int GetLogicalGPUFromPhysicalGPU(Handle gpu, Handle* logical) {
+  const NVAPIGPU* found = nullptr;
+  if (const int refusal = Refusal("NvAPI_GetLogicalGPUFromPhysicalGPU", gpu, found)) return refusal;
+  *logical = reinterpret_cast<Handle>(reinterpret_cast<std::uintptr_t>(gpu) + kLogical);
+  return kOK;
+}
+
+struct LogicalGPUData {
+  Number version;
+  void* os_adapter_id;
+  Number count;
+  Handle gpus[kMostGPUs];
+  Number reserved[8];
+};
+static_assert(offsetof(LogicalGPUData, os_adapter_id) == 8 && offsetof(LogicalGPUData, reserved) == 536);
+
+int TellLUID(const char* call, Handle gpu, void* luid) {
+  const NVAPIGPU* found = nullptr;
+  if (const int refusal = Refusal(call, gpu, found)) return refusal;
+  if (!found->luid) return kNotSupported;
+  std::memcpy(luid, &*found->luid, sizeof(*found->luid));
+  return kOK;
+}
+
+int GetLogicalGpuInfo(Handle logical, LogicalGPUData* data) {
+  constexpr const char* kCall = "NvAPI_GPU_GetLogicalGpuInfo";
+  if (data->version != (sizeof(LogicalGPUData) | 1 << 16)) return kIncompatibleStructVersion;
+  if (data->os_adapter_id == nullptr) return kError;
+  const auto gpu = reinterpret_cast<Handle>(reinterpret_cast<std::uintptr_t>(logical) - kLogical);
+  const int status = TellLUID(kCall, gpu, data->os_adapter_id);
+  data->count = status == kOK ? 1 : 0;
+  data->gpus[0] = gpu;
+  return status;
+}
+
+int GetAdapterIdFromPhysicalGpu(Handle gpu, void* luid) {
+  return TellLUID("NvAPI_GPU_GetAdapterIdFromPhysicalGpu", gpu, luid);
+}
+
 struct Function {
   Number id;
   const char* name;
@@ -224,6 +268,9 @@ const std::array kFunctions = {
     Function{0xD048C3B1, "NvAPI_GPU_GetCurrentPCIEDownstreamWidth", ToSymbol<GetCurrentPCIEDownstreamWidth>()},
     Function{0xBAAABFCC, "NvAPI_GPU_GetSystemType", ToSymbol<GetSystemType>()},
     Function{0xC33BAEB1, "NvAPI_GPU_GetGPUType", ToSymbol<GetGPUType>()},
+    Function{0xADD604D1, "NvAPI_GetLogicalGPUFromPhysicalGPU", ToSymbol<GetLogicalGPUFromPhysicalGPU>()},
+    Function{0x842B066E, "NvAPI_GPU_GetLogicalGpuInfo", ToSymbol<GetLogicalGpuInfo>()},
+    Function{0x0FF07FDE, "NvAPI_GPU_GetAdapterIdFromPhysicalGpu", ToSymbol<GetAdapterIdFromPhysicalGpu>()},
     Function{0x07F9B368, "NvAPI_GPU_GetMemoryInfo", ToSymbol<GetMemoryInfo>()},
 };
 

@@ -18,7 +18,9 @@ constexpr int kInvalidPlatform = -32;
 constexpr int kInvalidDevice = -33;
 constexpr int kNoPlatforms = -1001;
 
+constexpr std::uint64_t kTypeCPU = 2;
 constexpr std::uint64_t kTypeGPU = 4;
+constexpr std::uint64_t kTypeAll = 0xFFFFFFFF;
 
 // Platform p is (p + 1) << 16, and its device d is that plus d + 1.
 
@@ -109,7 +111,8 @@ int clGetDeviceIDs(Handle platform, std::uint64_t type, Number room, Handle* dev
   if (found == nullptr) return kInvalidPlatform;
   std::vector<Handle> handles;
   for (std::size_t index = 0; index < found->devices.size(); ++index) {
-    if (type == kTypeGPU && found->devices[index].is_gpu) handles.push_back(ToHandle(PlatformOf(platform), index));
+    const bool is_meant = type == kTypeAll || (type == kTypeGPU && found->devices[index].is_gpu);
+    if (is_meant) handles.push_back(ToHandle(PlatformOf(platform), index));
   }
   if (handles.empty()) return kDeviceNotFound;
   return Handles(handles, found->claimed_count, room, devices, count);
@@ -163,6 +166,22 @@ int TellPeers(Handle handle, const OpenCLDevice& device, Number parameter, const
   return answer.Bytes(peers.data(), peers.size() * sizeof(Handle));
 }
 
+int TellIdentity(const OpenCLDevice& device, Number parameter, const Answer& answer) {
+  switch (parameter) {
+    case 0x106A: return device.uuid ? answer.Bytes(device.uuid->data(), device.uuid->size()) : kInvalidValue;
+    case 0x106C: return answer.Value<Number>(std::optional(device.own_luid ? 1 : 0));
+    // Where it is not valid it is not zero either.
+    case 0x106D: return answer.Value<std::uint64_t>(std::optional(device.own_luid.value_or(0xBAD)));
+    default: return answer.Value<Number>(std::optional(device.node_mask));
+  }
+}
+
+int TellPCIBus(const OpenCLDevice& device, const Answer& answer) {
+  if (!device.pci) return kInvalidValue;
+  const Number place[4] = {0, device.pci->bus, device.pci->device, device.pci->function};
+  return answer.Bytes(place, sizeof(place));
+}
+
 int clGetDeviceInfo(Handle device, Number parameter, std::size_t size, void* buffer, std::size_t* size_out) {
   if (EntryFails(SimulatedOpenCL(), "clGetDeviceInfo", Hex(parameter), DeviceOf(device))) return kOutOfHostMemory;
   const OpenCLDevice* found = FindDevice(device);
@@ -170,6 +189,8 @@ int clGetDeviceInfo(Handle device, Number parameter, std::size_t size, void* buf
   const auto has = [&](const char* extension) { return found->extensions.find(extension) != std::string::npos; };
   const Answer answer{size, buffer, size_out, found->claimed_text_size};
   switch (parameter) {
+    case 0x1000: return answer.Value<std::uint64_t>(std::optional(found->is_gpu ? kTypeGPU : kTypeCPU));
+    case 0x1001: return answer.Value<Number>(std::optional(found->vendor_id));
     case 0x101F: return answer.Value<std::uint64_t>(found->memory_bytes);
     case 0x102B: return answer.Text(found->name);
     case 0x102C: return answer.Text(found->vendor);
@@ -178,6 +199,11 @@ int clGetDeviceInfo(Handle device, Number parameter, std::size_t size, void* buf
     case 0x1035: return answer.Value<Number>(found->unified_memory);
     case 0x4008:
     case 0x4009: return has("cl_nv_device_attribute_query") ? TellNVIDIA(*found, parameter, answer) : kInvalidValue;
+    case 0x106A:
+    case 0x106C:
+    case 0x106D:
+    case 0x106E: return has("cl_khr_device_uuid") ? TellIdentity(*found, parameter, answer) : kInvalidValue;
+    case 0x410F: return has("cl_khr_pci_bus_info") ? TellPCIBus(*found, answer) : kInvalidValue;
     case 0x4037:
     case 0x4038:
     case 0x4039: return has("cl_amd_device_attribute_query") ? TellAMD(*found, parameter, answer) : kInvalidValue;

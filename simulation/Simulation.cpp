@@ -118,6 +118,28 @@ void WriteText(const std::string& text, char* buffer, std::size_t size) {
   std::memcpy(buffer, text.c_str(), std::min(text.size() + 1, size));
 }
 
+std::string ToText(const UUID& uuid) {
+  std::string text;
+  for (std::size_t i = 0; i < uuid.size(); ++i) {
+    text += fmt::format("{}{:02x}", i == 4 || i == 6 || i == 8 || i == 10 ? "-" : "", uuid[i]);
+  }
+  return text;
+}
+
+std::optional<std::string> Variable(const std::string& name) {
+  const std::lock_guard lock(TheState().mutex);
+  const auto& environment = TheState().machine.environment;
+  const auto found = environment.find(name);
+  return found != environment.end() ? std::optional(found->second) : std::nullopt;
+}
+
+void ChangeVariable(const std::string& name, const std::optional<std::string>& value) {
+  const std::lock_guard lock(TheState().mutex);
+  auto& environment = TheState().machine.environment;
+  environment.erase(name);
+  if (value) environment[name] = *value;
+}
+
 std::string Hex(std::uint64_t value) { return fmt::format("0x{:x}", value); }
 
 }  // namespace Vexil::Simulation

@@ -76,6 +76,15 @@ void ReportMisuse(const std::string& what);
 /// As careless drivers do: a text that fills its buffer gets no NUL.
 void WriteText(const std::string& text, char* buffer, std::size_t size);
 
+/// "8-4-4-4-12" hexadecimal digits.
+std::string ToText(const UUID& uuid);
+
+// The environment of the process: the machine's, until something changes it.
+
+std::optional<std::string> Variable(const std::string& name);
+/// Nothing removes the variable.
+void ChangeVariable(const std::string& name, const std::optional<std::string>& value);
+
 /// "0x1a"
 std::string Hex(std::uint64_t value);
 

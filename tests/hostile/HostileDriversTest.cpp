@@ -4,8 +4,10 @@
 #include <iostream>
 #include <set>
 #include <stdexcept>
+#include <utility>
 
 #include "Vexil/DetectGPUWindows/Matching.h"
+#include "interfaces/Interfaces.h"
 #include "tests/hostile/RandomMachine.h"
 #include "tests/support/MachineTest.h"
 
@@ -114,6 +116,8 @@ void CheckPacked(const std::vector<std::uint8_t>& buffer) {
 
 class HostileDrivers : public testing::Test {
  protected:
+  using Libraries = std::set<std::string>;
+
   Packed Detect(std::uint64_t seed) {
     Simulation::SetMachine(MakeRandomMachine(seed));
     const auto fails = MakeRandomFailures(seed);
@@ -167,6 +171,25 @@ TEST_F(HostileDrivers, LeaveTheResultsSound) {
   }
   std::cout << machines << " machines, " << with_gpus << " of them with GPUs, " << m_throws / 2
             << " with drivers that threw, " << thrown - m_throws / 2 << " with version numbers beyond 32 bits\n";
+}
+
+TEST_F(HostileDrivers, LeaveTheNumbersSound) {
+  TellSeedAtDeath();
+  const std::uint64_t first = Setting("VEXIL_HOSTILE_SEED", 1);
+  const std::uint64_t machines = Setting("VEXIL_HOSTILE_MACHINES", 300);
+  std::size_t devices = 0;
+  for (std::uint64_t seed = first; seed < first + machines; ++seed) {
+    SCOPED_TRACE("seed " + std::to_string(seed));
+    the_seed = seed;
+    Simulation::SetMachine(MakeRandomMachine(seed));
+    for (const Interfaces::Told& told : Interfaces::AskInterfaces()) {
+      devices += told.findings.devices.size();
+      EXPECT_LE(told.findings.devices.size(), 64U * 64U) << told.name;
+    }
+    EndProcess();
+    ASSERT_FALSE(HasFailure()) << "on the machine of seed " << seed;
+  }
+  EXPECT_TRUE(machines < 300 || devices > 1000) << devices;
 }
 
 }  // namespace

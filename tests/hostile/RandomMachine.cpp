@@ -56,6 +56,11 @@ class Generator {
       adl.primary_adapter = Maybe(static_cast<std::int32_t>(Below(4)));
       adl.adapters = Several(&Generator::MakeADLAdapter);
     }
+    if (Chance(60)) AddTo(machine, machine.vulkan, SimulatedVulkan()).devices = Several(&Generator::MakeVulkanDevice);
+    if (Chance(60)) AddTo(machine, machine.hip, SimulatedHIP7()).devices = Several(&Generator::MakeHIPDevice);
+    if (Chance(60)) {
+      AddTo(machine, machine.level_zero, SimulatedLevelZero()).drivers = Several(&Generator::MakeLevelZeroDriver);
+    }
     return machine;
   }
 
@@ -194,6 +199,14 @@ class Generator {
     }
     return *section;
   }
+
+  VulkanDevice MakeVulkanDevice() {
+    const std::uint32_t version = Chance(80) ? 0x00401000 : Number32();
+    return {Name(), Number32(), Maybe(Number32()), version, {}, Maybe(Number()), Number32(), Maybe(Place())};
+  }
+  HIPDevice MakeHIPDevice() { return {Name(), Maybe(Place()), Maybe(Text()), Maybe(Number()), Number32()}; }
+  LevelZeroDevice MakeLevelZeroDevice() { return {Name(), Chance(90), {}, Maybe(Number()), Maybe(Place())}; }
+  LevelZeroDriver MakeLevelZeroDriver() { return {Several(&Generator::MakeLevelZeroDevice)}; }
 
   /// With any status, after an answer or without one.
   void MaybeFail(Machine& machine, const std::string& call) {

@@ -80,6 +80,10 @@ TEST_P(ExpectedResults, OnMachine) {
   std::ostringstream errors;
   Cli::Report({Cli::UnpackOwnResults(buffer), run, true, json, errors});
   Compare(GetParam() + ".json", Print(Json::parse(json.str())) + "\n");
+
+  std::ostringstream ids;
+  Cli::Ids({Cli::UnpackOwnResults(buffer), run, false, ids, errors}, {});
+  Compare(GetParam() + ".ids.txt", OnlyASCII(ids.str()));
 }
 
 INSTANTIATE_TEST_SUITE_P(Machines, ExpectedResults, testing::ValuesIn(MachineNames()), ToTestName);

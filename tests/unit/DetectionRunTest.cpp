@@ -430,6 +430,7 @@ TEST_F(DetectionRun, WritesOneBufferEverywhere) {
   EXPECT_EQ(stream.str(), std::string(buffer.begin(), buffer.end()));
   EXPECT_FALSE(m_detector.SaveToFile(testing::TempDir() + "no-such-folder/result"));
   const std::string path = TemporaryFile("cut-off");
+  std::filesystem::remove(path);
   EXPECT_FALSE(m_detector.SaveToFile(path + '\0' + ".vexil"));
   EXPECT_FALSE(std::filesystem::exists(path));
   stream.setstate(std::ios::badbit);

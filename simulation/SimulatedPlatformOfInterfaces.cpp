@@ -1,0 +1,77 @@
+#include <algorithm>
+
+#include "interfaces/platform/Adapters.h"
+#include "interfaces/platform/Environment.h"
+#include "interfaces/platform/Processes.h"
+#include "simulation/SimulatedLibraries.h"
+
+// What Windows answers where other interfaces' names of a GPU are asked for.
+
+namespace Vexil::Interfaces {
+
+using namespace Simulation;
+
+std::optional<std::string> GetVariable(const std::string& name) { return Variable(name); }
+
+void SetVariable(const std::string& name, const std::string& value) {
+  ChangeVariable(name, value.empty() ? std::nullopt : std::optional(value));
+}
+
+std::optional<std::vector<std::uint64_t>> GetAdaptersByPerformance() {
+  const InsideCall inside;
+  std::vector<std::pair<std::uint32_t, std::uint64_t>> ranked;
+  for (const GraphicsAdapter& adapter : TheMachine().dxgi.value_or(std::vector<GraphicsAdapter>())) {
+    if (adapter.performance_rank) ranked.emplace_back(*adapter.performance_rank, adapter.description.luid);
+  }
+  if (CallFails("EnumAdapterByGpuPreference") || ranked.empty()) return std::nullopt;
+  std::sort(ranked.begin(), ranked.end());
+  std::vector<std::uint64_t> luids;
+  for (const auto& [rank, luid] : ranked) luids.push_back(luid);
+  return luids;
+}
+
+std::vector<DisplayNode> GetDisplayNodes() {
+  const InsideCall inside;
+  std::vector<DisplayNode> nodes;
+  if (CallFails("SetupDiGetClassDevs")) return nodes;
+  for (const ClassDevice& device : TheMachine().display_class) {
+    DisplayNode& node = nodes.emplace_back();
+    node = {device.instance,       device.name,       device.luid, device.physical_index, {}, {},
+            device.driver_version, device.driver_date};
+    if (!device.pci) continue;
+    node.bus = device.pci->bus;
+    node.address = device.pci->device << 16 | device.pci->function;
+  }
+  return nodes;
+}
+
+std::vector<DisplayPath> GetDisplayPaths() {
+  const InsideCall inside;
+  return CallFails("QueryDisplayConfig") ? std::vector<DisplayPath>() : TheMachine().display_paths;
+}
+
+std::vector<ProcessEnd> RunThisProgram(
+    const std::vector<std::vector<std::string>>& arguments, std::chrono::milliseconds /*limit*/,
+    const std::function<std::string(const std::vector<std::string>& arguments)>& in_this_process) {
+  // What a child does to its environment is the child's own affair.
+  const auto environment = TheMachine().environment;
+  std::vector<ProcessEnd> ends;
+  for (const auto& of_child : arguments) {
+    ends.push_back({ProcessEnd::Ended, 0, in_this_process(of_child)});
+    for (const auto& [name, value] : std::map(TheMachine().environment)) ChangeVariable(name, std::nullopt);
+    for (const auto& [name, value] : environment) ChangeVariable(name, value);
+  }
+  return ends;
+}
+
+void BecomeChild() {}
+
+ProcessEnd RunProgram(const std::vector<std::string>& command_line) {
+  // It tells what it was started with.
+  ProcessEnd end = {ProcessEnd::Ended, 7, {}};
+  for (const std::string& argument : command_line) end.output += argument + "\n";
+  for (const auto& [name, value] : TheMachine().environment) end.output += name + "=" + value + "\n";
+  return end;
+}
+
+}  // namespace Vexil::Interfaces
