@@ -23,6 +23,8 @@ struct Request {
   Filter filter;
   std::optional<std::string> id;
   std::string path;
+  std::string shell = "cmd";
+  std::vector<std::string> program;
   Watch watch;
 };
 
@@ -76,8 +78,24 @@ void AddCommands(CLI::App& app, Request& request, Command& chosen) {
 
   CLI::App* show = add("show", "All that is known of one GPU, and what other interfaces call it",
                        [&](const Session& s) { return Show(s, *request.id); });
-  const char* id_description = "Identifier, or any text that --find finds only this GPU by";
+  const char* id_description =
+      "Identifier, number in the list, PCI place (65:0, 41:00.0), output (DISPLAY2), main, UUID, or a part of one name";
   show->add_option("ID", request.id, id_description)->required();
+
+  CLI::App* ids =
+      add("ids", "By which number each interface knows each GPU", [&](const Session& s) { return Ids(s, request.id); });
+  ids->add_option("ID", request.id, id_description);
+
+  CLI::App* env = add("env", "The variables that lead programs to one GPU and away from the others",
+                      [&](const Session& s) { return Env(s, *request.id, request.shell); });
+  env->add_option("ID", request.id, id_description)->required();
+  env->add_option("--shell", request.shell, "cmd, powershell, sh or json")
+      ->check(CLI::IsMember({"cmd", "powershell", "sh", "json"}));
+
+  CLI::App* run = add("run", "Run a program with these variables: run ID -- PROGRAM [ARGUMENT...]",
+                      [&](const Session& s) { return Cli::Run(s, *request.id, request.program); });
+  run->add_option("ID", request.id, id_description)->required();
+  run->add_option("PROGRAM", request.program, "The program and its arguments")->required();
 
   CLI::App* memory = add("memory", "Memory in use at this moment",
                          [&](const Session& s) { return Memory(s, request.id, request.watch); });
@@ -114,7 +132,7 @@ Session Open(const Request& request, std::ostream& out, std::ostream& err) {
   return {UnpackOwnResults(std::move(buffer)), run, request.json, out, err};
 }
 
-int Run(const Request& request, const Command& command, std::ostream& out, std::ostream& err) {
+int Execute(const Request& request, const Command& command, std::ostream& out, std::ostream& err) {
   SetUpLogging();
   const LogSilencer silencer(!request.verbose);
   const int status = command(Open(request, out, err));
@@ -138,7 +156,7 @@ int RunCommandLine(int argc, const char* const* argv, std::ostream& out, std::os
   AddCommands(app, request, command);
   try {
     app.parse(argc, argv);
-    return Run(request, command, out, err);
+    return Execute(request, command, out, err);
   } catch (const CLI::ParseError& error) {
     const bool is_done = app.exit(error, out, err) == 0 && out.flush();
     return is_done ? kFoundGPUs : kCannot;

@@ -2,6 +2,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 #include "cli/Selection.h"
 #include "cli/Session.h"
@@ -19,6 +20,15 @@ int List(const Session& session, const Filter& filter);
 
 /// All that is known of one GPU, and what other interfaces call it.
 int Show(const Session& session, const std::string& id);
+
+/// By which numbers every interface of this machine knows its GPUs, or one of them.
+int Ids(const Session& session, const std::optional<std::string>& id);
+
+/// The variables that lead programs to this GPU, for a shell or, where it has another name, as JSON.
+int Env(const Session& session, const std::string& id, const std::string& shell);
+
+/// Runs a program with these variables, and returns its exit status.
+int Run(const Session& session, const std::string& id, const std::vector<std::string>& command_line);
 
 struct Watch {
   std::optional<double> seconds;  ///< Between two answers; without it there is only one.

@@ -3,6 +3,7 @@
 #include "Vexil/Common/Unknown.h"
 #include "cli/Commands.h"
 #include "cli/Json.h"
+#include "cli/KnownAs.h"
 #include "cli/Rematching.h"
 #include "cli/TextTable.h"
 
@@ -12,10 +13,11 @@ using FlatBuffers::GPUT;
 
 namespace {
 
-std::vector<std::string> Row(const GPUT& gpu) {
+std::vector<std::string> Row(std::size_t number, const GPUT& gpu) {
   std::vector<std::string> apis;
   for (const auto api : gpu.compute_apis) apis.emplace_back(EnumNameComputeAPI(api));
-  return {gpu.id,
+  return {std::to_string(number),
+          gpu.id,
           FullName(gpu),
           EnumNameGPUType(gpu.type),
           gpu.vram_mib == kUnknown ? "Unknown VRAM" : FormatMiB(gpu.vram_mib) + " VRAM",
@@ -34,7 +36,7 @@ int List(const Session& session, const Filter& filter) {
     PrintJson(session.out, list);
   } else {
     TextTable table;
-    for (const auto* matched : selected) table.Add(Row(*matched->gpu));
+    for (const auto* matched : selected) table.Add(Row(IndexOf(session, *matched), *matched->gpu));
     table.Print(session.out);
   }
   WarnOfHiddenGPUs(session);

@@ -19,9 +19,10 @@ struct Filter {
 /// In the order of the results.
 std::vector<const FlatBuffers::MatchedGPUT*> SelectGPUs(const Session& session, const Filter& filter);
 
-/// The one GPU that has this identifier, or that is the only one to be found by this text. Where there is none
-/// it says so on standard error, and returns null; throws an Error where there are several.
-const FlatBuffers::MatchedGPUT* SelectGPU(const Session& session, const std::string& id_or_text);
+/// The one GPU that the text means: its identifier, its number in a list, its PCI place, one of its outputs, "main",
+/// its UUID, or a part of its name. Where there is none it says so on standard error, and returns null; throws an Error
+/// where there are several.
+const FlatBuffers::MatchedGPUT* SelectGPU(const Session& session, const std::string& text);
 
 /// "NVIDIA GeForce RTX 3080"
 std::string FullName(const FlatBuffers::GPUT& gpu);

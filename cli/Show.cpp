@@ -1,10 +1,8 @@
-#include <fmt/format.h>
-
 #include "Vexil/Common/Text.h"
-#include "Vexil/Sources/Sources.h"
 #include "cli/Commands.h"
 #include "cli/ExitStatus.h"
 #include "cli/Json.h"
+#include "cli/KnownAs.h"
 #include "cli/Printing.h"
 #include "cli/TextTable.h"
 
@@ -45,55 +43,27 @@ void PrintRecord(std::ostream& out, const std::string& title, const Json& record
   }
 }
 
-std::string Displays(const std::vector<std::string>& names) {
-  return names.empty() ? std::string() : ", " + Join(names, ", ");
-}
-
-// By what names and numbers each source knows the GPU.
-
-std::string KnownAs(const FlatBuffers::OpenCLGPUT& gpu) {
-  return fmt::format("platform {:#x} \"{}\", device {:#x}", gpu.platform_id, gpu.platform_name, gpu.device_id);
-}
-std::string KnownAs(const FlatBuffers::CUDAGPUT& gpu) { return fmt::format("device {}", gpu.index); }
-std::string KnownAs(const FlatBuffers::NvAPIGPUT& gpu) {
-  return fmt::format("handle {:#x}{}", gpu.handle, Displays(gpu.display_names));
-}
-std::string KnownAs(const FlatBuffers::NVMLGPUT& gpu) {
-  return fmt::format("PCI bus {}, device {}", gpu.pci_bus, gpu.pci_device);
-}
-std::string KnownAs(const FlatBuffers::DirectXGPUT& gpu) {
-  return fmt::format("\"{}\"{}{}", gpu.name, gpu.is_first_adapter ? ", the first adapter" : "",
-                     Displays(gpu.output_names));
-}
-std::string KnownAs(const FlatBuffers::AMDDLGPUT& gpu) {
-  return fmt::format("\"{}\"{}{}", gpu.name, gpu.is_primary ? ", primary" : "", Displays(gpu.display_names));
-}
-std::string KnownAs(const FlatBuffers::EnumDisplayDevicesGPUT& gpu) {
-  return fmt::format("\"{}\"{}{}", gpu.name, gpu.is_primary ? ", primary" : "", Displays(gpu.device_names));
-}
-
-TextTable OtherNames(const MatchedGPUT& matched) {
-  TextTable table;
-  ForEachSource([&](const auto& source) {
-    const auto& record = matched.*source.record;
-    if (record != nullptr) table.Add({source.name, KnownAs(*record)});
-  });
-  return table;
-}
-
 }  // namespace
 
 int Show(const Session& session, const std::string& id) {
   const MatchedGPUT* matched = SelectGPU(session, id);
   if (matched == nullptr) return kFoundNone;
-  const Json json = ToJson(*matched);
+  Json json = ToJson(*matched);
+  std::optional<Numbers> numbers;
+  if (session.IsThisMachine()) numbers = FindNumbers(session);
+  const std::size_t index = IndexOf(session, *matched);
   if (session.json) {
+    if (numbers) json["known_as"] = NumbersJson(numbers->joined.gpus[index]);
     PrintJson(session.out, json);
     return kFoundGPUs;
   }
   PrintLine(session.out, FullName(*matched->gpu) + " (" + matched->gpu->id + ")");
   session.out << "\nOther interfaces know it as\n";
-  OtherNames(*matched).Print(session.out, "  ");
+  if (numbers) {
+    NumbersTable(numbers->joined.gpus[index]).Print(session.out, "  ");
+  } else {
+    PrintLine(session.out, std::string("  ") + kOnlyOfARunningMachine);
+  }
   for (const auto& [source, record] : json.items()) {
     session.out << '\n';
     PrintRecord(session.out, source, record, "");

@@ -106,22 +106,145 @@ TEST_F(CommandLineTest, ShowTellsWhatOtherInterfacesCallTheGPU) {
   const Answer answer = Run({"show", "gpu:61279526.5150080d"});
   EXPECT_EQ(answer.status, 0);
   for (const char* part :
-       {"CUDA     device 0", "NVAPI    handle 0x", "platform 0x10000 \"NVIDIA CUDA\", device 0x10001",
-        "the first adapter", R"(\\.\DISPLAY1, \\.\DISPLAY2)", "pcie_max_generation  4"}) {
+       {"  CUDA     0             UUID GPU-69401105-2337-a290-183c-aa7710154270", "  NVAPI    0  ",
+        "  Vulkan   2             type discrete", R"(\\.\DISPLAY1, \\.\DISPLAY2)", "pcie_max_generation  4"}) {
     EXPECT_TRUE(Contains(answer.out, part)) << part << " in\n" << answer.out;
   }
-  EXPECT_EQ(RunSaved({"show", "gpu:61279526.5150080d"}).out, answer.out);
+  const json shown = json::parse(Run({"show", "gpu:61279526.5150080d", "--json"}).out);
+  EXPECT_EQ(shown["known_as"][1]["interface"], "CUDA");
+  EXPECT_EQ(shown["known_as"][1]["number"], "0");
+
+  EXPECT_TRUE(Contains(
+      answer.out, R"(  Display  \\.\DISPLAY1  connector DisplayPort, maker DEL, product 0x40F1, serial 1280979521, )"
+                  "size mm 597x336, mode 3840x2160@60, scaling none, position 0,0, hdr off, LUID 0x0000C2A1\n"))
+      << answer.out;
+  EXPECT_TRUE(Contains(Run({"ids", "2"}).out,
+                       "mode 1920x1080@75, scaling the driver's choice, position 3840,-120, "
+                       "hdr not supported"));
+
+  // The numbers are those of a process that has ended; the rest is the same.
+  const Answer saved = RunSaved({"show", "gpu:61279526.5150080d"});
+  EXPECT_TRUE(Contains(saved.out, "belong to a running machine")) << saved.out;
+  const auto records = [](const std::string& text) { return text.substr(text.find("\ngpu\n")); };
+  EXPECT_EQ(records(saved.out), records(answer.out));
+  EXPECT_EQ(RunSaved({"ids"}).status, 2);
 }
 
 TEST_F(CommandLineTest, ShowTakesAnyTextThatMeansOneGPU) {
-  EXPECT_TRUE(Contains(Run({"show", "w6800"}).out, "AMD Radeon PRO W6800 (gpu:"));
+  struct Case {
+    const char* text;
+    const char* place;
+  };
+  constexpr const char* kFirst = "PCI:1:0";
+  constexpr const char* kSecond = "PCI:65:0";
+  for (const Case& c : {Case{"w6800", "PCI:6:0.0"}, Case{"0", kFirst}, Case{"1", kSecond}, Case{"4", "PCI:0:2.0"},
+                        Case{"65:0", kSecond}, Case{"PCI:65:0", kSecond}, Case{"41:00.0", kSecond},
+                        Case{"0000:41:00.0", kSecond}, Case{"06:00.0", "PCI:6:0.0"}, Case{"0:2.0", "PCI:0:2.0"},
+                        Case{R"(\\.\DISPLAY6)", "PCI:3:0.0"}, Case{"display2", kFirst}, Case{"main", kFirst},
+                        Case{"GPU-1cb49f7c-951a-1e98-4893-3e85bc32b6f1", kSecond}, Case{"GPU-1c", kSecond}}) {
+    const Answer answer = Run({"ids", c.text, "--json"});
+    ASSERT_EQ(answer.status, 0) << c.text << answer.err;
+    const json place = json::parse(Run({"show", json::parse(answer.out)["gpus"][0]["id"], "--json"}).out);
+    EXPECT_EQ(place["gpu"]["pci_location"], c.place) << c.text;
+  }
+  // Digits of identifiers, a number and places that there are not.
+  for (const char* text : {"61279526", "5150080d", "5", "65:1", "65:00.1", "DISPLAY77", "GPU-", "GPU-2"}) {
+    EXPECT_EQ(Run({"show", text}).status, 1) << text;
+  }
   const Answer ambiguous = Run({"show", "3090"});
   EXPECT_EQ(ambiguous.status, 2);
-  EXPECT_TRUE(Contains(ambiguous.err, "gpu:61279526.e4457a84")) << ambiguous.err;
+  EXPECT_TRUE(Contains(ambiguous.err, "1  gpu:61279526.e4457a84  NVIDIA GeForce RTX 3090  PCI:65:0\n"))
+      << ambiguous.err;
   const Answer none = Run({"show", "Voodoo", "--json"});
   EXPECT_EQ(none.status, 1);
   EXPECT_EQ(none.out, "");
   EXPECT_EQ(none.err, "vexil: there is no GPU \"Voodoo\"\n");
+}
+
+TEST_F(CommandLineTest, EnvLeadsToOneGPUAndAwayFromTheOthers) {
+  constexpr const char* kLayers =
+      R"("VK_LOADER_LAYERS_DISABLE":"~implicit~","DISABLE_LAYER_AMD_SWITCHABLE_GRAPHICS_1":"1","DISABLE_LAYER_NV_OPTIMUS_1":"1")";
+  struct Case {
+    const char* id;
+    std::string set;
+    std::string options;  ///< The numbers, in order.
+  };
+  const std::vector<Case> cases = {
+      {"65:0",
+       R"("CUDA_VISIBLE_DEVICES":"GPU-1cb49f7c-951a-1e98-4893-3e85bc32b6f1","HIP_VISIBLE_DEVICES":"-1",)"
+       R"("GGML_VK_VISIBLE_DEVICES":"0",)" +
+           std::string(kLayers),
+       "2 0:1 0:1 2"},
+      // HIP's own place differs from its ordinal, 1.
+      {"w6800",
+       R"("CUDA_VISIBLE_DEVICES":"-1","HIP_VISIBLE_DEVICES":"2","GPU_DEVICE_ORDINAL":"2",)"
+       R"("GGML_VK_VISIBLE_DEVICES":"3",)" +
+           std::string(kLayers),
+       "3 1:1 1:1 4"},
+      {"intel",
+       R"("CUDA_VISIBLE_DEVICES":"-1","HIP_VISIBLE_DEVICES":"-1","GGML_VK_VISIBLE_DEVICES":"4",)" +
+           std::string(kLayers) + R"(,"ZE_AFFINITY_MASK":"0")",
+       "4 2:0 2:0 9"}};
+  for (const Case& c : cases) {
+    const auto env = nlohmann::ordered_json::parse(Run({"env", c.id, "--shell", "json"}).out);
+    EXPECT_EQ(env["set"].dump(), "{" + c.set + "}");
+    std::string options;
+    for (const auto& number : env["options"]) options += (options.empty() ? "" : " ") + number.get<std::string>();
+    EXPECT_EQ(options, c.options) << c.id;
+    EXPECT_EQ(env["unknown"], json::array());
+  }
+  struct Shell {
+    const char* name;
+    const char* line;
+    const char* comment;
+  };
+  for (const Shell& shell : {Shell{"cmd", "set \"HIP_VISIBLE_DEVICES=-1\"\n", "\nrem clinfo"},
+                             Shell{"powershell", "$env:HIP_VISIBLE_DEVICES = '-1'\n", "\n# clinfo"},
+                             Shell{"sh", "export HIP_VISIBLE_DEVICES='-1'\n", "\n# clinfo"}}) {
+    const std::string text = Run({"env", "0", "--shell", shell.name}).out;
+    EXPECT_TRUE(Contains(text, shell.line) && Contains(text, shell.comment)) << text;
+  }
+  EXPECT_EQ(Run({"env", "0", "--shell", "fish"}).status, 2);
+  EXPECT_EQ(RunSaved({"env", "0"}).status, 2);
+}
+
+TEST_F(CommandLineTest, RunPassesOnOrRefuses) {
+  // The simulated program prints its arguments and its environment, and ends with 7.
+  const Answer run = Run({"run", "65:0", "--", "program", "--json", "a b", "--"});
+  EXPECT_EQ(run.status, 7);
+  EXPECT_EQ(run.out.rfind("program\n--json\na b\n--\nCUDA_VISIBLE_DEVICES=GPU-1cb4", 0), 0U) << run.out;
+  EXPECT_EQ(Run({"run", "voodoo", "--", "program"}).status, 2);
+  EXPECT_EQ(Run({"run", "0"}).status, 2);
+
+  Simulation::Machine machine = LoadTestMachine("five-gpus");
+  machine.environment = {{"ONEAPI_DEVICE_SELECTOR", "cuda:1"}, {"CUDA_VISIBLE_DEVICES", "0"}};
+  Simulation::SetMachine(machine);
+  const Answer restricted = Run({"run", "65:0", "--", "program"});
+  EXPECT_FALSE(Contains(restricted.out, "ONEAPI")) << restricted.out;
+  EXPECT_TRUE(Contains(restricted.out, "CUDA_VISIBLE_DEVICES=GPU-1cb4")) << restricted.out;
+
+  struct Refusal {
+    const char* machine;
+    const char* id;
+    const char* reason;
+  };
+  for (const Refusal& r : {Refusal{"luid-contradicts-pci", "0", "Vulkan contradicts itself about this GPU"},
+                           Refusal{"luid-contradicts-pci", "2", "Vulkan has a device that may be this GPU or not"}}) {
+    Simulation::SetMachine(LoadTestMachine(r.machine));
+    const Answer refused = Run({"run", r.id, "--", "program"});
+    EXPECT_EQ(refused.status, 2);
+    EXPECT_EQ(refused.out, "");
+    EXPECT_TRUE(Contains(refused.err, r.reason)) << refused.err;
+  }
+  machine = LoadTestMachine("five-gpus");
+  machine.failures = {{"hipGetDevicePropertiesR0600", {}}};
+  Simulation::SetMachine(machine);
+  EXPECT_TRUE(Contains(Run({"run", "w6800", "--", "program"}).err, "HIP does not tell at which place"));
+  machine.failures = {{"cuDeviceGetCount", {}}};
+  Simulation::SetMachine(machine);
+  EXPECT_TRUE(Contains(Run({"run", "0", "--", "program"}).err, "CUDA cuDeviceGetCount returned")) << "";
+  // What fails for others only is no reason.
+  EXPECT_EQ(Run({"run", "w6800", "--", "program"}).status, 7);
 }
 
 TEST_F(CommandLineTest, MemoryIsWatchedLineByLine) {

@@ -31,7 +31,13 @@ void RunAllCommands(const Cli::Results& results) {
     Cli::Memory(session, {}, {});
     Cli::Doctor(session);
     Cli::Rematch(session);
-    for (const auto& gpu : results.gpus) Cli::Show(session, gpu.id);
+    for (const auto& gpu : results.gpus) {
+      try {
+        Cli::Show(session, gpu.id);
+      } catch (const Cli::Error&) {
+        // Several have this identifier.
+      }
+    }
   }
 }
 

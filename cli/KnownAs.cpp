@@ -1,0 +1,112 @@
+#include "cli/KnownAs.h"
+
+#include <fmt/format.h>
+
+#include <algorithm>
+
+#include "Vexil/Common/Text.h"
+#include "Vexil/Common/Unknown.h"
+#include "cli/Printing.h"
+#include "interfaces/FindingsJson.h"
+
+namespace Vexil::Cli {
+
+using Interfaces::Device;
+using Interfaces::Findings;
+using Interfaces::Known;
+using Interfaces::PCIPlace;
+using Interfaces::State;
+using Interfaces::Told;
+
+namespace {
+
+std::optional<PCIPlace> PlaceOf(const FlatBuffers::GPUT& gpu) {
+  if (gpu.pci_bus == kUnknown || gpu.pci_device == kUnknown) return std::nullopt;
+  const auto number = [](std::int32_t n) { return static_cast<std::uint32_t>(n); };
+  PCIPlace place = {{}, number(gpu.pci_bus), number(gpu.pci_device), {}};
+  if (gpu.pci_function != kUnknown) place.function = number(gpu.pci_function);
+  return place;
+}
+
+/// What a number is good for, where the interface's name does not say it.
+std::string Meaning(const Known& known) {
+  if (known.interface == std::string_view("DXGI"))
+    return "Direct3D 12's adapter, DirectML's and ONNX Runtime's device id";
+  if (known.interface == std::string_view("OpenCL")) return "as clinfo counts, all types of devices";
+  return {};
+}
+
+std::string Details(const Known& known) {
+  const Device& device = known.device;
+  std::vector<std::string> texts;
+  const auto add = [&](const std::string& name, const std::string& value) {
+    if (!value.empty()) texts.push_back(ReplaceAllNoCase(name, "_", " ") + " " + value);
+  };
+  if (known.is_disputed) texts.emplace_back("DISPUTED, see below");
+  if (const std::string meaning = Meaning(known); !meaning.empty()) texts.push_back(meaning);
+  for (const auto& [name, value] : device.more) add(name, value);
+  add("UUID", device.uuid);
+  add("LUID", device.luid ? Interfaces::LUIDText(*device.luid) : "");
+  add("node mask", device.node_mask ? std::to_string(*device.node_mask) : "");
+  add("PCI", device.pci ? Interfaces::PCIText(*device.pci) : "");
+  return Join(texts, ", ");
+}
+
+}  // namespace
+
+const Findings* Numbers::Of(std::string_view interface) const {
+  const auto found = std::find_if(told.begin(), told.end(), [&](const Told& t) { return t.name == interface; });
+  return found != told.end() ? &found->findings : nullptr;
+}
+
+Numbers FindNumbers(const Session& session, std::span<const Interfaces::Interface> asked) {
+  std::vector<std::optional<PCIPlace>> places;
+  for (const auto& gpu : session.results.gpus) places.push_back(PlaceOf(gpu));
+  Numbers numbers = {Interfaces::AskInterfaces(asked), {}};
+  numbers.joined = Interfaces::Join(places, numbers.told);
+  return numbers;
+}
+
+std::size_t IndexOf(const Session& session, const FlatBuffers::MatchedGPUT& matched) {
+  return static_cast<std::size_t>(&matched - session.results.matched.data());
+}
+
+TextTable NumbersTable(const std::vector<Known>& known) {
+  TextTable table;
+  for (const Known& k : known) table.Add({k.interface, k.device.number, Details(k)});
+  return table;
+}
+
+Json NumbersJson(const std::vector<Known>& known) {
+  Json list = Json::array();
+  for (const Known& k : known) {
+    Json entry = {{"interface", k.interface}, {"joined_by", k.by}, {"disputed", k.is_disputed}};
+    entry.update(ToJson(k.device));
+    list.push_back(entry);
+  }
+  return list;
+}
+
+void PrintRemarks(std::ostream& out, const Numbers& numbers) {
+  for (const std::string& text : numbers.joined.contradictions) PrintLine(out, "Contradiction: " + text + ".");
+  for (const auto& other : numbers.joined.others) {
+    const Known known = {other.interface, other.device, "", false};
+    PrintLine(out, fmt::format("None of these GPUs: {} {} \"{}\" ({})", other.interface, other.device.number,
+                               other.device.name, Details(known)));
+  }
+  std::vector<std::string> cleared;
+  for (const Told& told : numbers.told) {
+    const auto& problems = told.findings.problems;
+    if (told.findings.state == State::Failed) {
+      PrintLine(out, fmt::format("Unknown to {}: {}", told.name, Join(problems, "; ")));
+    } else if (!problems.empty()) {
+      PrintLine(out, fmt::format("{}: {}", told.name, Join(problems, "; ")));
+    }
+    if (!told.findings.cleared.empty()) cleared = told.findings.cleared;
+  }
+  if (!cleared.empty()) {
+    PrintLine(out, "These numbers are those without the variables that are set here: " + Join(cleared, ", "));
+  }
+}
+
+}  // namespace Vexil::Cli
