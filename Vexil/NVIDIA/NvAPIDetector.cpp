@@ -202,7 +202,7 @@ bool GetNvAPIMemoryInfo(const NvAPIGPUT& gpu, std::uint64_t& available, std::uin
   // Handles are good until NVAPI goes down or the driver sets up its GPUs again.
   if (status == NVAPI_INVALID_HANDLE || status == NVAPI_HANDLE_INVALIDATED ||
       status == NVAPI_EXPECTED_PHYSICAL_GPU_HANDLE) {
-    const NvPhysicalGpuHandle handle = FindHandle(gpu.pci_bus, gpu.pci_device);
+    NvPhysicalGpuHandle handle = FindHandle(gpu.pci_bus, gpu.pci_device);
     if (handle != nullptr) status = ReadMemory(handle, info);
   }
   if (status != NVAPI_OK) return false;

@@ -29,7 +29,7 @@ std::uint32_t Rate(const DISPLAYCONFIG_RATIONAL& rate) {
 /// What the monitor at this path of the device tree says of itself.
 std::vector<unsigned char> ReadEDID(const wchar_t* device_path) {
   std::vector<unsigned char> edid;
-  const HDEVINFO list = SetupDiCreateDeviceInfoList(nullptr, nullptr);
+  HDEVINFO list = SetupDiCreateDeviceInfoList(nullptr, nullptr);
   if (list == INVALID_HANDLE_VALUE) return edid;
   SP_DEVICE_INTERFACE_DATA interface_data = {};
   interface_data.cbSize = sizeof(interface_data);
@@ -37,7 +37,7 @@ std::vector<unsigned char> ReadEDID(const wchar_t* device_path) {
   device.cbSize = sizeof(device);
   if (SetupDiOpenDeviceInterfaceW(list, device_path, 0, &interface_data) != FALSE &&
       SetupDiEnumDeviceInfo(list, 0, &device) != FALSE) {
-    const HKEY key = SetupDiOpenDevRegKey(list, &device, DICS_FLAG_GLOBAL, 0, DIREG_DEV, KEY_READ);
+    HKEY key = SetupDiOpenDevRegKey(list, &device, DICS_FLAG_GLOBAL, 0, DIREG_DEV, KEY_READ);
     if (key != INVALID_HANDLE_VALUE) {
       edid.resize(4096);
       auto size = static_cast<DWORD>(edid.size());
