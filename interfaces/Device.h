@@ -37,7 +37,7 @@ struct Device {
   std::vector<std::pair<std::string, std::string>> more;
 
   /// One of these; empty where there is none.
-  std::string More(std::string_view name) const;
+  std::string More(std::string_view wanted) const;
 };
 
 enum class State {

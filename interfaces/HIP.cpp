@@ -40,7 +40,7 @@ class HIP : public VendorLibrary {
 /// Digits as newer runtimes write them; of older ones, whose bytes are numbers, hexadecimal.
 std::string HIPUUIDText(const char (&uuid)[16]) {
   const auto is_printable = [](char c) { return c > ' ' && c < 127; };
-  if (std::all_of(std::begin(uuid), std::end(uuid), is_printable)) return std::string(uuid, sizeof(uuid));
+  if (std::all_of(std::begin(uuid), std::end(uuid), is_printable)) return {uuid, sizeof(uuid)};
   unsigned char bytes[sizeof(uuid)] = {};
   std::memcpy(bytes, uuid, sizeof(uuid));
   return UUIDText(bytes);

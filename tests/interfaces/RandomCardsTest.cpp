@@ -105,7 +105,7 @@ TEST_F(Numbers, LeadBackToTheSameCard) {
     SetMachine(random.machine);
     std::vector<std::optional<Interfaces::PCIPlace>> places;
     for (std::size_t c = 0; c < random.cards; ++c) {
-      places.push_back(Interfaces::PCIPlace{{}, static_cast<std::uint32_t>(1 + 32 * c), 0, {}});
+      places.emplace_back(Interfaces::PCIPlace{{}, static_cast<std::uint32_t>(1 + 32 * c), 0, {}});
     }
     const auto joined = Interfaces::Join(places, Interfaces::AskInterfaces());
     EXPECT_EQ(joined.contradictions, std::vector<std::string>());
