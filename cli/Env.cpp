@@ -197,7 +197,7 @@ void PrintFor(const ShellSyntax& shell, const Guidance& guidance, std::ostream& 
   for (const std::string& why : guidance.unknown) comment("unknown: " + why);
   for (const std::string& remark : guidance.remarks) comment(remark);
   if (!guidance.options.empty()) comment("For programs that take an option, where these variables are not set:");
-  for (const auto& [program, number] : guidance.options) comment(program + ": " + number);
+  for (const auto& [program, number] : guidance.options) comment(fmt::format("{}: {}", program, number));
 }
 
 Json ToJson(const Guidance& guidance) {
