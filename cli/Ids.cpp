@@ -118,7 +118,7 @@ int Ids(const Session& session, const std::optional<std::string>& id) {
     if (matched == nullptr) return kFoundNone;
     chosen = {IndexOf(session, *matched)};
   }
-  const Numbers numbers = FindNumbers(session);
+  const Numbers& numbers = FindNumbers(session);
   if (session.json) {
     PrintJson(session.out, ToJson(session, numbers, chosen));
   } else if (id) {

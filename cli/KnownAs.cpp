@@ -59,12 +59,15 @@ const Findings* Numbers::Of(std::string_view interface) const {
   return found != told.end() ? &found->findings : nullptr;
 }
 
-Numbers FindNumbers(const Session& session, std::span<const Interfaces::Interface> asked) {
-  std::vector<std::optional<PCIPlace>> places;
-  for (const auto& gpu : session.results.gpus) places.push_back(PlaceOf(gpu));
-  Numbers numbers = {Interfaces::AskInterfaces(asked), {}};
-  numbers.joined = Interfaces::Join(places, numbers.told);
-  return numbers;
+const Numbers& FindNumbers(const Session& session) {
+  if (!session.numbers) {
+    std::vector<std::optional<PCIPlace>> places;
+    for (const auto& gpu : session.results.gpus) places.push_back(PlaceOf(gpu));
+    auto told = Interfaces::AskInterfaces();
+    auto joined = Interfaces::Join(places, told);
+    session.numbers = Numbers{std::move(told), std::move(joined)};
+  }
+  return *session.numbers;
 }
 
 std::size_t IndexOf(const Session& session, const FlatBuffers::MatchedGPUT& matched) {

@@ -6,21 +6,11 @@
 #include "cli/Json.h"
 #include "cli/Session.h"
 #include "cli/TextTable.h"
-#include "interfaces/Join.h"
 
 namespace Vexil::Cli {
 
-/// By which numbers the interfaces of this machine know the session's GPUs.
-struct Numbers {
-  std::vector<Interfaces::Told> told;
-  Interfaces::Joined joined;
-
-  /// Null where this interface was not asked.
-  const Interfaces::Findings* Of(std::string_view interface) const;
-};
-
-/// Asks the interfaces, all of them unless some are named.
-Numbers FindNumbers(const Session& session, std::span<const Interfaces::Interface> asked = Interfaces::kInterfaces);
+/// By which numbers the interfaces of this machine know the session's GPUs; asks them the first time.
+const Numbers& FindNumbers(const Session& session);
 
 /// The place of this GPU in the results, which is also that of its numbers.
 std::size_t IndexOf(const Session& session, const FlatBuffers::MatchedGPUT& matched);

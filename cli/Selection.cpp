@@ -114,7 +114,7 @@ Chosen ByUUID(const Session& session, const std::string& text) {
   constexpr std::string_view kStart = "GPU-";
   if (text.size() <= kStart.size() || text.rfind(kStart, 0) != 0) return {};
   if (!session.IsThisMachine()) throw Error(kOnlyOfARunningMachine);
-  const auto known = FindNumbers(session).joined.gpus;
+  const auto& known = FindNumbers(session).joined.gpus;
   return ThoseThat(session, [&](const MatchedGPUT& matched) {
     const auto& of_gpu = known[IndexOf(session, matched)];
     return std::any_of(of_gpu.begin(), of_gpu.end(), [&](const Interfaces::Known& k) {

@@ -49,17 +49,16 @@ int Show(const Session& session, const std::string& id) {
   const MatchedGPUT* matched = SelectGPU(session, id);
   if (matched == nullptr) return kFoundNone;
   Json json = ToJson(*matched);
-  std::optional<Numbers> numbers;
-  if (session.IsThisMachine()) numbers = FindNumbers(session);
+  const Numbers* numbers = session.IsThisMachine() ? &FindNumbers(session) : nullptr;
   const std::size_t index = IndexOf(session, *matched);
   if (session.json) {
-    if (numbers) json["known_as"] = NumbersJson(numbers->joined.gpus[index]);
+    if (numbers != nullptr) json["known_as"] = NumbersJson(numbers->joined.gpus[index]);
     PrintJson(session.out, json);
     return kFoundGPUs;
   }
   PrintLine(session.out, FullName(*matched->gpu) + " (" + matched->gpu->id + ")");
   session.out << "\nOther interfaces know it as\n";
-  if (numbers) {
+  if (numbers != nullptr) {
     NumbersTable(numbers->joined.gpus[index]).Print(session.out, "  ");
   } else {
     PrintLine(session.out, std::string("  ") + kOnlyOfARunningMachine);

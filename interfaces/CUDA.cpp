@@ -34,11 +34,7 @@ void Identify(CUDA& cuda, int handle, Device& device) {
   }
   unsigned char uuid[16] = {};
   const auto& get_uuid = cuda.cuDeviceGetUuid_v2 ? cuda.cuDeviceGetUuid_v2 : cuda.cuDeviceGetUuid;
-  if (get_uuid && cuda.Tells("uuid", get_uuid, uuid, handle)) {
-    device.uuid = UUIDText(uuid);
-    device.has_shared_uuid = !device.uuid.empty();
-    if (device.has_shared_uuid) device.uuid = "GPU-" + device.uuid;
-  }
+  if (get_uuid && cuda.Tells("uuid", get_uuid, uuid, handle)) SetUUID(device, uuid, true);
   char luid[8] = {};
   unsigned node_mask = 0;
   if (cuda.cuDeviceGetLuid && cuda.Tells("luid", cuda.cuDeviceGetLuid, luid, &node_mask, handle)) {

@@ -68,6 +68,12 @@ std::string UUIDText(const unsigned char* bytes) {
   return text;
 }
 
+void SetUUID(Device& device, const unsigned char* bytes, bool is_from_nvidia) {
+  device.uuid = UUIDText(bytes);
+  device.has_shared_uuid = is_from_nvidia && !device.uuid.empty();
+  if (device.has_shared_uuid) device.uuid = "GPU-" + device.uuid;
+}
+
 std::optional<PCIPlace> ParsePCIText(std::string_view text) {
   const auto number = [](std::string_view digits) -> std::optional<std::uint32_t> {
     std::uint32_t value = 0;

@@ -64,6 +64,8 @@ Findings MakeFindings(std::vector<Device> devices, const Account& account);
 std::optional<std::uint64_t> ToLUID(const void* bytes);
 /// "8-4-4-4-12" hexadecimal digits in lower case; empty where all bytes are zero.
 std::string UUIDText(const unsigned char* bytes);
+/// Gives the device this UUID; NVIDIA's in the form that its interfaces share.
+void SetUUID(Device& device, const unsigned char* bytes, bool is_from_nvidia);
 /// "0000:41:00.0", hexadecimal; the domain may have eight digits or be missing.
 std::optional<PCIPlace> ParsePCIText(std::string_view text);
 /// The same form back, without what is unknown.

@@ -54,8 +54,8 @@ struct Told {
   Findings findings;
 };
 
-/// Asks each of these in a child process of its own, all at once. What a child that died leaves unknown is a failure of
-/// its interface.
-std::vector<Told> AskInterfaces(std::span<const Interface> interfaces = kInterfaces);
+/// Asks each interface in a child process of its own, all at once. What a child that died leaves unknown is a failure
+/// of its interface.
+std::vector<Told> AskInterfaces();
 
 }  // namespace Vexil::Interfaces

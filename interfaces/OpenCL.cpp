@@ -113,9 +113,9 @@ void Identify(OpenCL& opencl, cl_device_id handle, Device& device) {
   constexpr cl_uint kNVIDIA = 0x10DE;
   cl_uint vendor = 0;
   unsigned char uuid[16] = {};
-  if (opencl.Get(handle, kDeviceUUID, uuid)) device.uuid = UUIDText(uuid);
-  device.has_shared_uuid = !device.uuid.empty() && opencl.Get(handle, CL_DEVICE_VENDOR_ID, vendor) && vendor == kNVIDIA;
-  if (device.has_shared_uuid) device.uuid = "GPU-" + device.uuid;
+  if (opencl.Get(handle, kDeviceUUID, uuid)) {
+    SetUUID(device, uuid, opencl.Get(handle, CL_DEVICE_VENDOR_ID, vendor) && vendor == kNVIDIA);
+  }
   cl_bool is_valid = CL_FALSE;
   unsigned char luid[8] = {};
   cl_uint node_mask = 0;

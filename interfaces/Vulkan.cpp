@@ -102,10 +102,8 @@ void Identify(Vulkan& vulkan, VkPhysicalDevice handle, std::uint32_t vendor, Dev
   if (has_place) device.pci = PCIPlace{place.pciDomain, place.pciBus, place.pciDevice, place.pciFunction};
   if (identity.deviceLUIDValid == VK_TRUE) device.luid = ToLUID(identity.deviceLUID);
   if (device.luid) device.node_mask = identity.deviceNodeMask;
-  device.uuid = UUIDText(identity.deviceUUID);
   constexpr std::uint32_t kNVIDIA = 0x10DE;
-  device.has_shared_uuid = vendor == kNVIDIA && !device.uuid.empty();
-  if (device.has_shared_uuid) device.uuid = "GPU-" + device.uuid;
+  SetUUID(device, identity.deviceUUID, vendor == kNVIDIA);
 }
 
 }  // namespace

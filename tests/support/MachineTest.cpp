@@ -54,6 +54,10 @@ void EndProcess() {
   Simulation::BeginProcess();
 }
 
+bool ShutsDown(std::string_view call) {
+  return call == "NvAPI_Unload" || call == "nvmlShutdown" || call == "ADL_Main_Control_Destroy";
+}
+
 std::string TemporaryFile(const std::string& name) {
   const testing::TestInfo& test = *testing::UnitTest::GetInstance()->current_test_info();
   return testing::TempDir() + "vexil-" + test.test_suite_name() + "-" + test.name() + "-" + name;

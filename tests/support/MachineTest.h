@@ -5,6 +5,7 @@
 #include <memory>
 #include <set>
 #include <string>
+#include <string_view>
 #include <vector>
 
 #include "Vexil/DetectorImpl.h"
@@ -39,6 +40,9 @@ std::string ToTestName(const testing::TestParamInfo<std::string>& machine);
 
 /// Ends as a process does. Until then every library must have been closed, every driver shut down and none misused.
 void EndProcess();
+
+/// Whether this call shuts a driver down. Destructors call it, and nobody could catch what is thrown there.
+bool ShutsDown(std::string_view call);
 
 /// A file that no other test uses.
 std::string TemporaryFile(const std::string& name);

@@ -220,9 +220,7 @@ TEST_F(DetectionRun, BearsDriversThatThrow) {
     SetMachine(LoadTestMachine("five-gpus"));
     std::string thrower;
     Simulation::WatchCalls([&](std::uint64_t number, std::string_view call, auto) {
-      // What shuts a driver down is called where nothing can be caught any more.
-      const bool ends = call == "NvAPI_Unload" || call == "nvmlShutdown" || call == "ADL_Main_Control_Destroy";
-      if (number != place || ends) return false;
+      if (number != place || ShutsDown(call)) return false;
       thrower = call;
       throw std::runtime_error("A driver has thrown.");
     });

@@ -21,11 +21,16 @@ const Type* InModule(HMODULE module, std::size_t offset) {
   return reinterpret_cast<const Type*>(reinterpret_cast<const std::byte*>(module) + offset);
 }
 
-Texts ExportsOf(HMODULE module) {
+/// One of the tables that the loader reads.
+template <typename Type>
+const Type* Directory(HMODULE module, std::size_t entry) {
   const auto* headers =
       InModule<IMAGE_NT_HEADERS>(module, static_cast<std::size_t>(InModule<IMAGE_DOS_HEADER>(module, 0)->e_lfanew));
-  const auto& place = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_EXPORT];
-  const auto* exports = InModule<IMAGE_EXPORT_DIRECTORY>(module, place.VirtualAddress);
+  return InModule<Type>(module, headers->OptionalHeader.DataDirectory[entry].VirtualAddress);
+}
+
+Texts ExportsOf(HMODULE module) {
+  const auto* exports = Directory<IMAGE_EXPORT_DIRECTORY>(module, IMAGE_DIRECTORY_ENTRY_EXPORT);
   const auto* names = InModule<DWORD>(module, exports->AddressOfNames);
   Texts texts;
   for (DWORD index = 0; index < exports->NumberOfNames; ++index)
@@ -52,11 +57,9 @@ TEST(FinishedLibrary, ExportsItsOneFunctionAndWhatDriversLookFor) {
 TEST(FinishedLibrary, RunsNoForeignCodeWhileItLoads) {
   // A stack protector that asks Windows for random numbers would load three more DLLs under the loader lock.
   const HMODULE library = LoadLibraryA("vexil.dll");
-  const auto* headers =
-      InModule<IMAGE_NT_HEADERS>(library, static_cast<std::size_t>(InModule<IMAGE_DOS_HEADER>(library, 0)->e_lfanew));
-  const auto& place = headers->OptionalHeader.DataDirectory[IMAGE_DIRECTORY_ENTRY_IMPORT];
   int functions = 0;
-  for (const auto* dll = InModule<IMAGE_IMPORT_DESCRIPTOR>(library, place.VirtualAddress); dll->Name != 0; ++dll) {
+  const auto* dll = Directory<IMAGE_IMPORT_DESCRIPTOR>(library, IMAGE_DIRECTORY_ENTRY_IMPORT);
+  for (; dll->Name != 0; ++dll) {
     for (const auto* entry = InModule<IMAGE_THUNK_DATA>(library, dll->OriginalFirstThunk); entry->u1.AddressOfData != 0;
          ++entry, ++functions) {
       const std::string name = InModule<IMAGE_IMPORT_BY_NAME>(library, entry->u1.AddressOfData)->Name;
