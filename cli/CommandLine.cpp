@@ -1,31 +1,44 @@
 #include "cli/CommandLine.h"
 
 #include <CLI/CLI.hpp>
-#include <cmath>
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
+#include <filesystem>
+#include <limits>
+#include <system_error>
 
 #include "Vexil/Common/Log.h"
+#include "Vexil/Common/Text.h"
 #include "Vexil/Results/ResultOutput.h"
 #include "Vexil/Version.h"
 #include "cli/Commands.h"
+#include "cli/Description.h"
 #include "cli/ExitStatus.h"
+#include "cli/FileName.h"
+#include "cli/Printing.h"
+#include "cli/platform/CodePage.h"
+#include "cli/platform/Terminal.h"
 
 namespace Vexil::Cli {
 namespace {
 
-using Command = std::function<int(const Session&)>;
+using Command = std::function<int(const Sessions&)>;
 
 /// What was asked for.
 struct Request {
-  std::optional<std::string> from;
+  std::vector<std::string> from;
   bool json = false;
   bool verbose = false;
+  bool anonymous = false;
+  std::optional<unsigned> code_page;
   Filter filter;
   std::optional<std::string> id;
   std::string path;
   std::string shell = "cmd";
   std::vector<std::string> program;
-  Watch watch;
+  bool raw = false;
+  MemoryOptions memory;
 };
 
 /// A schema enumeration's names, which end with a null.
@@ -35,52 +48,94 @@ std::vector<std::string> Names(const char* const* names) {
   return list;
 }
 
-/// An option that takes one of these names, in any letter case, as the value at its index.
+/// An option that takes one of these names, in any letter case, as the value at its index. Those of other operating
+/// systems' GPUs are not offered.
 template <typename Enum>
 void AddNameOption(CLI::App& command, const char* option, std::optional<Enum>& value, const char* const* names,
                    const char* description) {
-  const auto set = [&value, list = Names(names)](const std::string& name) {
-    const auto index = std::find(list.begin(), list.end(), name) - list.begin();
-    value = static_cast<Enum>(index);
+  const std::vector<std::string> all = Names(names);
+  std::vector<std::string> offered = all;
+  std::erase_if(offered, [](const std::string& name) { return name == "Apple" || name == "Metal"; });
+  const auto set = [&value, all](const std::string& name) {
+    value = static_cast<Enum>(std::find(all.begin(), all.end(), name) - all.begin());
   };
   command.add_option_function<std::string>(option, set, description)
-      ->transform(CLI::IsMember(Names(names), CLI::ignore_case));
+      ->transform(CLI::IsMember(offered, CLI::ignore_case));
 }
 
-/// A check for CLI::Range, which takes "nan" for a number in its range.
-std::string IsNumber(const std::string& text) {
-  return std::isnan(std::strtod(text.c_str(), nullptr)) ? text + " is not a number" : std::string();
+void AddFilterOptions(CLI::App& command, Filter& filter) {
+  AddNameOption(command, "--vendor", filter.vendor, FlatBuffers::EnumNamesVendor(), "Only this vendor's");
+  AddNameOption(command, "--type", filter.type, FlatBuffers::EnumNamesGPUType(), "Only those of this type");
+  AddNameOption(command, "--api", filter.api, FlatBuffers::EnumNamesComputeAPI(),
+                "Only GPUs reachable through this interface");
+  command.add_option("--find", filter.text, "Only those with this in identifier, vendor, name or type")
+      ->type_name("TEXT");
 }
+
+/// A check that a number is in a range, which people have to understand.
+CLI::Validator Within(double least, double most, const std::string& in_words) {
+  const auto check = [=](const std::string& text) {
+    const double number = std::strtod(text.c_str(), nullptr);
+    // Also false for "nan".
+    const bool is_within = number >= least && number <= most;
+    return is_within ? std::string() : "must be " + in_words + ", which " + text + " is not";
+  };
+  return {check, ""};
+}
+
+constexpr const char* kGeneral = "General options";
 
 void AddGeneralOptions(CLI::App& app, Request& request) {
-  app.set_version_flag("--version", std::string("vexil ") + kLibraryVersion);
-  app.add_option("--from", request.from, "Answer from a saved result instead of this machine")->type_name("FILE");
+  app.set_help_flag("-h,--help", "This help; \"vexil help COMMAND\" tells of a command");
+  app.set_version_flag("-V,--version", std::string("vexil ") + kLibraryVersion);
+  app.add_option("--from", request.from,
+                 "Answer from a saved result instead of this machine; list takes several, and folders of them")
+      ->type_name("FILE")
+      ->expected(1)
+      ->take_all();
+  app.add_option(
+         "--codepage", request.code_page,
+         "The code page of the texts in saved results that are not UTF-8 [1252]; 932 is Japanese, 1251 Cyrillic")
+      ->type_name("NUMBER");
+  app.add_flag("--anonymous", request.anonymous,
+               "Leave out what tells this machine from others like it, such as its identifier and serial numbers");
   app.add_flag("--json", request.json, "JSON for programs; records have the schema's names");
   app.add_flag("--verbose", request.verbose, "Print the log, with timings, on standard error");
+  for (CLI::Option* option : app.get_options()) option->group(kGeneral);
+}
+
+/// For commands that answer about one result.
+const Session& TheOne(const Sessions& sessions) {
+  if (sessions.size() != 1) throw Error("this command takes one saved result; list and rematch take several");
+  return sessions.front();
 }
 
 /// Parsing a command sets `chosen` to what it does.
 void AddCommands(CLI::App& app, Request& request, Command& chosen) {
-  const auto add = [&](const char* name, const char* description, Command command) {
+  const auto add_for_several = [&](const char* name, const char* description, Command command) {
     CLI::App* added = app.add_subcommand(name, description);
     added->fallthrough();
+    added->footer([&app] { return CLI::Formatter().make_groups(&app, CLI::AppFormatMode::Normal); });
     added->callback([&chosen, command = std::move(command)] { chosen = command; });
     return added;
   };
+  const auto add = [&](const char* name, const char* description, std::function<int(const Session&)> command) {
+    return add_for_several(name, description,
+                           [command = std::move(command)](const Sessions& all) { return command(TheOne(all)); });
+  };
 
-  CLI::App* list = add("list", "One line per GPU", [&](const Session& s) { return List(s, request.filter); });
-  AddNameOption(*list, "--vendor", request.filter.vendor, FlatBuffers::EnumNamesVendor(), "Only this vendor's");
-  AddNameOption(*list, "--type", request.filter.type, FlatBuffers::EnumNamesGPUType(), "Only those of this type");
-  AddNameOption(*list, "--api", request.filter.api, FlatBuffers::EnumNamesComputeAPI(),
-                "Only GPUs reachable through this interface");
-  list->add_option("--find", request.filter.text, "Only those with this in identifier, vendor, name or type")
-      ->type_name("TEXT");
+  CLI::App* list =
+      add_for_several("list", "One line per GPU", [&](const Sessions& all) { return List(all, request.filter); });
+  AddFilterOptions(*list, request.filter);
 
-  CLI::App* show = add("show", "All that is known of one GPU, and what other interfaces call it",
-                       [&](const Session& s) { return Show(s, *request.id); });
+  CLI::App* show = add("show", "What people ask about one GPU, and what other interfaces call it",
+                       [&](const Session& s) { return Show(s, *request.id, request.raw); });
   const char* id_description =
       "Identifier, number in the list, PCI place (65:0, 41:00.0), output (DISPLAY2), main, UUID, or a part of one name";
   show->add_option("ID", request.id, id_description)->required();
+  show->add_flag("--raw", request.raw, "Also the raw records of every source");
+
+  add("monitors", "The monitors, their modes and where they stand", [](const Session& s) { return Monitors(s); });
 
   CLI::App* ids =
       add("ids", "By which number each interface knows each GPU", [&](const Session& s) { return Ids(s, request.id); });
@@ -98,71 +153,164 @@ void AddCommands(CLI::App& app, Request& request, Command& chosen) {
   run->add_option("PROGRAM", request.program, "The program and its arguments")->required();
 
   CLI::App* memory = add("memory", "Memory in use at this moment",
-                         [&](const Session& s) { return Memory(s, request.id, request.watch); });
+                         [&](const Session& s) { return Memory(s, request.id, request.filter, request.memory); });
   memory->add_option("ID", request.id, id_description);
-  CLI::Option* watch = memory->add_option("--watch", request.watch.seconds, "Repeat every SECONDS until interrupted");
-  watch->type_name("SECONDS")->check(CLI::Range(0.01, 86400.0))->check(IsNumber);
-  memory->add_option("--count", request.watch.count, "Stop after this many readings")
-      ->check(CLI::PositiveNumber)
+  AddFilterOptions(*memory, request.filter);
+  CLI::Option* watch = memory->add_option("--watch", request.memory.seconds, "Repeat every SECONDS until interrupted");
+  watch->type_name("SECONDS")->check(Within(0.01, 86400.0, "between 0.01 and 86400 seconds"));
+  memory->add_option("--count", request.memory.count, "Stop after this many readings")
+      ->type_name("NUMBER")
+      ->check(Within(1, std::numeric_limits<unsigned>::max(), "at least 1"))
       ->needs(watch);
+  memory->add_flag("--openmetrics", request.memory.is_openmetrics, "For Prometheus' textfile collectors")
+      ->excludes(watch);
 
   CLI::App* save = add("save", "Save the result to a file", [&](const Session& s) { return Save(s, request.path); });
   save->add_option("FILE", request.path, "The file, replaced if it exists")->required();
 
-  CLI::App* rematch = add("rematch", "Match the raw records of a saved result again, and print what would differ",
-                          [&](const Session& s) { return Rematch(s); });
-  rematch
-      ->add_option_function<std::string>(
-          "FILE", [&](const std::string& file) { request.from = file; }, "The saved result")
-      ->required();
+  CLI::App* rematch =
+      add_for_several("rematch", "Match the raw records of saved results again, and print what would differ", Rematch);
+  rematch->add_option("FILE", request.from, "The saved results, or folders of them")->required();
   rematch->excludes(app.get_option("--from"));
 
   add("doctor", "The status of each source, and what could not be matched", [](const Session& s) { return Doctor(s); });
 }
 
-/// What a run packs is read as a saved result is, so that both go the same way from here.
-Session Open(const Request& request, std::ostream& out, std::ostream& err) {
-  if (request.from) {
-    return {UnpackResults(ReadFile(*request.from), "\"" + *request.from + "\""), nullptr, request.json, out, err};
+/// The files that were named, and those in the folders that were.
+std::vector<std::string> FilesOf(const std::vector<std::string>& names) {
+  namespace fs = std::filesystem;
+  std::vector<std::string> files;
+  for (const std::string& name : names) {
+    std::error_code error;
+    if (!fs::is_directory(PathOf(name), error)) {
+      files.push_back(name);
+      continue;
+    }
+    const std::size_t first = files.size();
+    for (const fs::directory_entry& entry : fs::directory_iterator(PathOf(name), error)) {
+      if (entry.is_regular_file(error)) files.push_back(NameOf(entry.path()));
+    }
+    if (error) throw Error("cannot read the folder \"" + name + "\": " + error.message());
+    std::sort(files.begin() + static_cast<std::ptrdiff_t>(first), files.end());
   }
+  if (files.empty()) throw Error("there is no file in \"" + Join(names, "\", \"") + "\"");
+  return files;
+}
+
+Session OpenSaved(const Request& request, const std::string& file, std::ostream& out, std::ostream& err) {
+  Results results = UnpackResults(ReadFile(file), "\"" + file + "\"");
+  results = Adapt(std::move(results), request.code_page.value_or(kWestern), request.anonymous);
+  return {file, std::move(results), nullptr, request.json, request.anonymous, out, err};
+}
+
+/// What a run packs is read as a saved result is, so that both go the same way from here.
+Session OpenThisMachine(const Request& request, std::ostream& out, std::ostream& err) {
   const auto run = std::make_shared<Detector::Impl>();
   run->Detect();
   std::vector<std::uint8_t> buffer;
   PackResult(run->ToResult(), buffer);
-  return {UnpackOwnResults(std::move(buffer)), run, request.json, out, err};
+  Results results = Adapt(UnpackOwnResults(std::move(buffer)), SystemCodePage(), request.anonymous);
+  return {{}, std::move(results), run, request.json, request.anonymous, out, err};
 }
 
 int Execute(const Request& request, const Command& command, std::ostream& out, std::ostream& err) {
   SetUpLogging();
   const LogSilencer silencer(!request.verbose);
-  const int status = command(Open(request, out, err));
-  if (!out.flush()) throw Error("cannot write the output");
-  return status;
+  Sessions sessions;
+  bool has_all = true;
+  if (request.from.empty()) {
+    sessions.push_back(OpenThisMachine(request, out, err));
+    return command(sessions);
+  }
+  const auto files = FilesOf(request.from);
+  for (const std::string& file : files) {
+    try {
+      sessions.push_back(OpenSaved(request, file, out, err));
+    } catch (const Error& error) {
+      if (files.size() == 1) throw;
+      // One of many does not keep the others from being read.
+      PrintLine(err, std::string("vexil: ") + error.what());
+      has_all = false;
+    }
+  }
+  if (sessions.empty()) return kCannot;
+  const int status = command(sessions);
+  return has_all ? status : kCannot;
+}
+
+/// The usual ways to ask for help, as the one that the parser knows, which expects arguments in reverse.
+std::vector<std::string> ToParse(std::vector<std::string> arguments) {
+  const auto end = std::find(arguments.begin(), arguments.end(), "--");
+  std::replace_if(
+      arguments.begin(), end, [](const std::string& a) { return a == "/?" || a == "-?"; }, std::string("--help"));
+  if (!arguments.empty() && arguments.front() == "help") {
+    arguments.erase(arguments.begin());
+    arguments.emplace_back("--help");
+  }
+  std::reverse(arguments.begin(), arguments.end());
+  return arguments;
+}
+
+/// Empty where it is not the command that is unknown.
+std::string UnknownCommand(const CLI::App& app) {
+  const auto remaining = app.remaining(true);
+  const bool has_word = !remaining.empty() && remaining.front().rfind('-', 0) != 0;
+  if (!has_word || !app.get_subcommands().empty()) return {};
+  const auto commands = CommandNames(app);
+  const std::string nearest = Nearest(commands, remaining.front());
+  return "there is no command \"" + remaining.front() + "\"" +
+         (nearest.empty() ? "" : "; did you mean \"" + nearest + "\"?") + "\nCommands: " + Join(commands, ", ");
+}
+
+int Parse(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
+  CLI::App app("Finds the GPUs of a machine. Without a command: a report of all that was found.", "vexil");
+  app.footer(
+      "Exit status: 0 when GPUs were found, 1 when none, 2 on misuse, or where input or output fails, 3 when\n"
+      "rematch finds a difference.");
+  app.require_subcommand(0, 1);
+  // A name may begin with "/".
+  app.allow_windows_style_options(false);
+
+  Request request;
+  Command command = [](const Sessions& all) { return Report(TheOne(all)); };
+  AddGeneralOptions(app, request);
+  AddCommands(app, request, command);
+  CLI::App* completion = app.add_subcommand("completion", "A script that completes arguments of vexil in a shell");
+  std::string shell;
+  completion->add_option("SHELL", shell, "powershell")->required()->check(CLI::IsMember({"powershell"}));
+  app.failure_message([](const CLI::App* failed, const CLI::Error& error) {
+    const std::string unknown = UnknownCommand(*failed);
+    return "vexil: " + (unknown.empty() ? error.what() : unknown) + "\nSee vexil --help.\n";
+  });
+  try {
+    app.parse(ToParse({arguments.begin() + 1, arguments.end()}));
+  } catch (const CLI::ParseError& error) {
+    return app.exit(error, out, err) == 0 ? kFoundGPUs : kCannot;
+  }
+  if (completion->parsed()) {
+    out << PowerShellCompletion(app);
+    return kFoundGPUs;
+  }
+  return Execute(request, command, out, err);
 }
 
 }  // namespace
 
-int RunCommandLine(int argc, const char* const* argv, std::ostream& out, std::ostream& err) {
-  CLI::App app("Finds the GPUs of a machine. Without a command: a report of all that was found.", "vexil");
-  app.footer("Exit status: 0 when GPUs were found, 1 when none, 2 on misuse, or where input or output fails.");
-  app.require_subcommand(0, 1);
-  app.failure_message([](const CLI::App*, const CLI::Error& error) {
-    return "vexil: " + std::string(error.what()) + "\nSee vexil --help.\n";
-  });
-
-  Request request;
-  Command command = Report;
-  AddGeneralOptions(app, request);
-  AddCommands(app, request, command);
+int RunCommandLine(const std::vector<std::string>& arguments, std::ostream& out, std::ostream& err) {
   try {
-    app.parse(argc, argv);
-    return Execute(request, command, out, err);
-  } catch (const CLI::ParseError& error) {
-    const bool is_done = app.exit(error, out, err) == 0 && out.flush();
-    return is_done ? kFoundGPUs : kCannot;
+    // So that the reason of a failure is known.
+    out.exceptions(std::ios::badbit);
+    const int status = Parse(arguments, out, err);
+    out.flush();
+    return status;
+  } catch (const std::ios_base::failure&) {
+    const int reason = errno;
+    if (!IsReaderGone(reason))
+      err << "vexil: cannot write the output: " << std::generic_category().message(reason) << '\n';
+    return kCannot;
   } catch (const std::exception& error) {
     out.flush();
-    err << "vexil: " << error.what() << '\n';
+    PrintLine(err, std::string("vexil: ") + error.what());
     return kCannot;
   }
 }

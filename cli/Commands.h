@@ -16,10 +16,13 @@ namespace Vexil::Cli {
 int Report(const Session& session);
 
 /// One line per GPU.
-int List(const Session& session, const Filter& filter);
+int List(const Sessions& sessions, const Filter& filter);
 
-/// All that is known of one GPU, and what other interfaces call it.
-int Show(const Session& session, const std::string& id);
+/// What people ask about one GPU, what other interfaces call it and, if so wanted, the raw records.
+int Show(const Session& session, const std::string& id, bool is_raw);
+
+/// The monitors, their modes and where they stand.
+int Monitors(const Session& session);
 
 /// By which numbers every interface of this machine knows its GPUs, or one of them.
 int Ids(const Session& session, const std::optional<std::string>& id);
@@ -30,19 +33,21 @@ int Env(const Session& session, const std::string& id, const std::string& shell)
 /// Runs a program with these variables, and returns its exit status.
 int Run(const Session& session, const std::string& id, const std::vector<std::string>& command_line);
 
-struct Watch {
+struct MemoryOptions {
   std::optional<double> seconds;  ///< Between two answers; without it there is only one.
   unsigned count = 0;             ///< 0: until the program is ended.
+  bool is_openmetrics = false;
 };
 
-/// Memory of the machine and of one GPU or all.
-int Memory(const Session& session, const std::optional<std::string>& id, const Watch& watch);
+/// Memory of the machine and of one GPU, or of those that the filter leaves.
+int Memory(const Session& session, const std::optional<std::string>& id, const Filter& filter,
+           const MemoryOptions& options);
 
 /// Writes the results to a file and reads them back.
 int Save(const Session& session, const std::string& path);
 
 /// Matches the raw records again and tells what differs from what was stored.
-int Rematch(const Session& session);
+int Rematch(const Sessions& sessions);
 
 /// The status of each source, and what was not matched.
 int Doctor(const Session& session);

@@ -144,11 +144,13 @@ Json ToJson(const Diagnosis& diagnosis) {
 Json ToJson(const MachineDiagnosis& diagnosis) {
   Json sources = Json::array();
   for (const Diagnosis& source : diagnosis.sources) sources.push_back(ToJson(source));
-  return {{"gpus", diagnosis.gpus},
-          {"shared_identifiers", diagnosis.shared_identifiers},
-          {"sources", std::move(sources)},
-          {"system", {{"failed_calls", ToJson(diagnosis.system.failed_calls)}}},
-          {"main_display", {{"remarks", diagnosis.main_display_remarks}}}};
+  Json document = Document("doctor");
+  document.update({{"gpus", diagnosis.gpus},
+                   {"shared_identifiers", diagnosis.shared_identifiers},
+                   {"sources", std::move(sources)},
+                   {"system", {{"failed_calls", ToJson(diagnosis.system.failed_calls)}}},
+                   {"main_display", {{"remarks", diagnosis.main_display_remarks}}}});
+  return document;
 }
 
 }  // namespace

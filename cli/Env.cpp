@@ -205,21 +205,28 @@ Json ToJson(const Guidance& guidance) {
   Json options = Json::object();
   for (const auto& [name, value] : guidance.variables) variables[name] = value;
   for (const auto& [program, number] : guidance.options) options[program] = number;
-  return {{"set", variables},
-          {"unset", Misleading(guidance)},
-          {"options", options},
-          {"remarks", guidance.remarks},
-          {"unknown", guidance.unknown}};
+  Json document = Document("env");
+  document.update({{"set", variables},
+                   {"unset", Misleading(guidance)},
+                   {"options", options},
+                   {"remarks", guidance.remarks},
+                   {"unknown", guidance.unknown}});
+  return document;
 }
 
 }  // namespace
+
+void RequireNumbers(const Session& session) {
+  if (!session.IsThisMachine()) throw Error(kOnlyOfARunningMachine);
+  if (session.is_anonymous) throw Error("programs are led by UUIDs, which --anonymous takes out");
+}
 
 Guidance GuideTo(const Session& session, const Numbers& numbers, std::size_t gpu) {
   return Guide(session, numbers, gpu).Make();
 }
 
 int Env(const Session& session, const std::string& id, const std::string& shell) {
-  if (!session.IsThisMachine()) throw Error(kOnlyOfARunningMachine);
+  RequireNumbers(session);
   const MatchedGPUT* matched = SelectGPU(session, id);
   if (matched == nullptr) return kFoundNone;
   const Guidance guidance = GuideTo(session, FindNumbers(session), IndexOf(session, *matched));

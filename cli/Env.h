@@ -19,6 +19,9 @@ struct Guidance {
   std::vector<std::string> unknown;
 };
 
+/// Throws an Error where the numbers that guide programs are not to be had.
+void RequireNumbers(const Session& session);
+
 Guidance GuideTo(const Session& session, const Numbers& numbers, std::size_t gpu);
 
 }  // namespace Vexil::Cli

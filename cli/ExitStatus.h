@@ -6,7 +6,8 @@ namespace Vexil::Cli {
 enum ExitStatus : int {
   kFoundGPUs = 0,
   kFoundNone = 1,
-  kCannot = 2,  ///< Misuse, or input or output that fails.
+  kCannot = 2,   ///< Misuse, or input or output that fails.
+  kDiffers = 3,  ///< A result is not what matching makes of its records now.
 };
 
 }  // namespace Vexil::Cli

@@ -101,10 +101,12 @@ Json ToJson(const Session& session, const Numbers& numbers, const std::vector<st
                           {"problems", told.findings.problems},
                           {"cleared_variables", told.findings.cleared}});
   }
-  return {{"gpus", gpus},
-          {"none_of_these", others},
-          {"contradictions", numbers.joined.contradictions},
-          {"interfaces", interfaces}};
+  Json document = Document("ids");
+  document.update({{"gpus", gpus},
+                   {"none_of_these", others},
+                   {"contradictions", numbers.joined.contradictions},
+                   {"interfaces", interfaces}});
+  return document;
 }
 
 }  // namespace

@@ -22,10 +22,17 @@ class JsonVisitor final : public flatbuffers::IterationVisitor {
   void EndVector() override { Close(); }
 
   void Field(size_t /*field*/, size_t /*set*/, flatbuffers::ElementaryType type, bool is_vector,
-             const flatbuffers::TypeTable* /*table*/, const char* name, const std::uint8_t* value) override {
+             const flatbuffers::TypeTable* table, const char* name, const std::uint8_t* value) override {
     m_fields.back() = name;
-    // Packing leaves out what is unknown, and "false", which is known.
-    if (value == nullptr && type == flatbuffers::ET_BOOL && !is_vector) Put(false);
+    if (value != nullptr) return;
+    // Packing leaves out what is unknown, but also empty lists, "false" and the first name of an enumeration.
+    if (is_vector) {
+      Put(Json::array());
+    } else if (type == flatbuffers::ET_BOOL) {
+      Put(false);
+    } else if (type == flatbuffers::ET_UCHAR && table != nullptr) {
+      Put(table->names[0]);
+    }
   }
 
   // The types that the schema uses.
@@ -82,6 +89,11 @@ std::string EscapeLateControls(const std::string& text) {
 }
 
 }  // namespace
+
+Json Document(const char* command) {
+  constexpr int kContractVersion = 1;
+  return {{"json_version", kContractVersion}, {"command", command}};
+}
 
 Json TableToJson(const std::uint8_t* buffer, const flatbuffers::TypeTable* type) {
   JsonVisitor visitor;

@@ -10,7 +10,12 @@ namespace Vexil::Cli {
 /// Objects keep the order of the schema.
 using Json = nlohmann::ordered_json;
 
-/// A packed record under the schema's names, without what is unknown.
+/// The beginning of every document that a command prints. The version of their contract changes when a member goes or
+/// gets another meaning; new ones may come at any time.
+Json Document(const char* command);
+
+/// A packed record under the schema's names, without numbers, texts and records that are unknown. Lists and names of
+/// enumerations are always there.
 Json TableToJson(const std::uint8_t* buffer, const flatbuffers::TypeTable* type);
 
 template <typename Record>
@@ -21,8 +26,7 @@ Json ToJson(const Record& record) {
   return TableToJson(builder.GetBufferPointer(), Table::MiniReflectTypeTable());
 }
 
-/// On one line or on many, always valid UTF-8: texts that drivers gave in another code page lose the
-/// bytes that are not.
+/// On one line or on many, always valid UTF-8, without characters that a terminal obeys.
 enum class JsonLayout { OneLine, Indented };
 void PrintJson(std::ostream& out, const Json& json, JsonLayout layout = JsonLayout::Indented);
 

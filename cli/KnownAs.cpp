@@ -28,6 +28,24 @@ std::optional<PCIPlace> PlaceOf(const FlatBuffers::GPUT& gpu) {
   return place;
 }
 
+/// What identifies one machine's device: UUIDs, serial numbers, and the last part of Windows' path to it.
+void Anonymize(Device& device) {
+  device.uuid.clear();
+  device.has_shared_uuid = false;
+  std::erase_if(device.more, [](const auto& named) { return named.first == "serial"; });
+  if (device.number.rfind("PCI\\", 0) == 0) device.number.erase(device.number.rfind('\\'));
+}
+
+void Anonymize(Numbers& numbers) {
+  for (auto& of_gpu : numbers.joined.gpus) {
+    for (Known& known : of_gpu) Anonymize(known.device);
+  }
+  for (auto& other : numbers.joined.others) Anonymize(other.device);
+  for (Told& told : numbers.told) {
+    for (Device& device : told.findings.devices) Anonymize(device);
+  }
+}
+
 /// What a number is good for, where the interface's name does not say it.
 std::string Meaning(const Known& known) {
   if (known.interface == std::string_view("DXGI"))
@@ -63,9 +81,10 @@ const Numbers& FindNumbers(const Session& session) {
   if (!session.numbers) {
     std::vector<std::optional<PCIPlace>> places;
     for (const auto& gpu : session.results.gpus) places.push_back(PlaceOf(gpu));
-    auto told = Interfaces::AskInterfaces();
-    auto joined = Interfaces::Join(places, told);
-    session.numbers = Numbers{std::move(told), std::move(joined)};
+    Numbers numbers = {Interfaces::AskInterfaces(), {}};
+    numbers.joined = Interfaces::Join(places, numbers.told);
+    if (session.is_anonymous) Anonymize(numbers);
+    session.numbers = std::move(numbers);
   }
   return *session.numbers;
 }

@@ -1,3 +1,7 @@
+#include "cli/Memory.h"
+
+#include <fmt/chrono.h>
+
 #include <chrono>
 #include <thread>
 
@@ -7,8 +11,12 @@
 #include "cli/Commands.h"
 #include "cli/ExitStatus.h"
 #include "cli/Json.h"
+#include "cli/KnownAs.h"
+#include "cli/OpenMetrics.h"
+#include "cli/Printing.h"
 #include "cli/Rematching.h"
 #include "cli/TextTable.h"
+#include "cli/VRAM.h"
 
 namespace Vexil::Cli {
 
@@ -17,31 +25,31 @@ using Selected = std::vector<const MatchedGPUT*>;
 
 namespace {
 
-/// Bytes.
-struct Figures {
-  std::uint64_t free = 0;
-  std::uint64_t total = 0;
-};
+/// The library counts 1000 bytes per kilobyte where drivers count 1024.
+std::uint64_t InDriversUnits(std::uint64_t bytes) { return bytes / 1000 * 1024; }
 
-std::optional<Figures> AskSystem(const Session& session) {
-  Figures figures;
-  if (!session.IsThisMachine() || !QuerySystemMemory(figures.free, figures.total)) return {};
-  return figures;
+std::optional<MemoryUse> AskSystem(const Session& session) {
+  MemoryUse use;
+  if (!session.IsThisMachine() || !QuerySystemMemory(use.free, use.total)) return {};
+  return use;
 }
 
-std::optional<Figures> AskGPU(const Session& session, const MatchedGPUT& matched) {
-  Figures figures;
-  if (!session.IsThisMachine() || !QueryGPUMemory(matched, figures.free, figures.total)) return {};
-  return figures;
+std::optional<MemoryUse> AskGPU(const Session& session, const MatchedGPUT& matched) {
+  MemoryUse use;
+  if (!session.IsThisMachine() || !QueryGPUMemory(matched, use.free, use.total)) return {};
+  // Of AMD's figures only one is in kilobytes.
+  if (matched.gpu->vendor != FlatBuffers::Vendor::AMD) use.total = InDriversUnits(use.total);
+  use.free = std::min(InDriversUnits(use.free), use.total);
+  return use;
 }
 
 /// The live figures, or the size alone, which every result has.
-std::string MemoryText(const std::optional<Figures>& live, std::int32_t size_mib) {
+std::string MemoryText(const std::optional<MemoryUse>& live, const std::string& size) {
   if (live) return FormatUse(live->free, live->total);
-  return size_mib == kUnknown ? "unknown" : FormatMiB(size_mib) + ", use unknown";
+  return size == "unknown" ? size : size + ", use unknown";
 }
 
-Json MemoryJson(Json json, const std::optional<Figures>& live, const char* size_name, std::int32_t size_mib) {
+Json MemoryJson(Json json, const std::optional<MemoryUse>& live, const char* size_name, std::int32_t size_mib) {
   if (size_mib != kUnknown) json[size_name] = size_mib;
   if (live) {
     json["free_bytes"] = live->free;
@@ -50,50 +58,74 @@ Json MemoryJson(Json json, const std::optional<Figures>& live, const char* size_
   return json;
 }
 
-void PrintOnce(const Session& session, const Selected& selected, JsonLayout layout) {
-  const auto system = AskSystem(session);
-  const std::int32_t ram_mib = session.results.records.system->ram_mib;
-  if (session.json) {
-    Json gpus = Json::array();
-    for (const auto* matched : selected) {
-      const auto& gpu = *matched->gpu;
-      Json json = {{"id", gpu.id}, {"name", gpu.name}};
-      gpus.push_back(MemoryJson(std::move(json), AskGPU(session, *matched), "vram_mib", gpu.vram_mib));
-    }
-    const Json system_json = MemoryJson(Json::object(), system, "ram_mib", ram_mib);
-    PrintJson(session.out, {{"system", system_json}, {"gpus", gpus}}, layout);
-    return;
+Json ToJson(const Reading& reading) {
+  Json document = Document("memory");
+  if (reading.time) document["time"] = fmt::format("{:%Y-%m-%dT%H:%M:%SZ}", fmt::gmtime(*reading.time));
+  document["system"] = MemoryJson(Json::object(), reading.system, "ram_mib", reading.ram_mib);
+  document["gpus"] = Json::array();
+  for (const GPUReading& of_gpu : reading.gpus) {
+    const FlatBuffers::GPUT& gpu = *of_gpu.matched->gpu;
+    Json json = {{"number", of_gpu.number}, {"id", gpu.id}, {"name", gpu.name}};
+    document["gpus"].push_back(MemoryJson(std::move(json), of_gpu.use, "vram_mib", gpu.vram_mib));
   }
+  return document;
+}
+
+void PrintTable(std::ostream& out, const Reading& reading) {
   TextTable table;
-  table.Add({"system", "RAM", MemoryText(system, ram_mib)});
-  for (const auto* matched : selected) {
-    const auto& gpu = *matched->gpu;
-    table.Add({gpu.id, FullName(gpu), MemoryText(AskGPU(session, *matched), gpu.vram_mib)});
+  const std::string ram = reading.ram_mib == kUnknown ? "unknown" : FormatMiB(reading.ram_mib);
+  table.Add({"-", "system", "RAM", MemoryText(reading.system, ram)});
+  for (const GPUReading& of_gpu : reading.gpus) {
+    const FlatBuffers::GPUT& gpu = *of_gpu.matched->gpu;
+    table.Add(
+        {std::to_string(of_gpu.number), gpu.id, FullName(gpu), MemoryText(of_gpu.use, VRAMText(*of_gpu.matched))});
   }
-  table.Print(session.out);
+  table.Print(out);
+}
+
+Reading Read(const Session& session, const Selected& selected) {
+  Reading reading;
+  if (session.IsThisMachine()) reading.time = std::time(nullptr);
+  reading.system = AskSystem(session);
+  reading.ram_mib = session.results.records.system->ram_mib;
+  for (const auto* matched : selected) {
+    reading.gpus.push_back({IndexOf(session, *matched), matched, AskGPU(session, *matched)});
+  }
+  return reading;
+}
+
+void Print(const Session& session, const Reading& reading, const MemoryOptions& options) {
+  if (options.is_openmetrics) {
+    PrintOpenMetrics(session.out, reading);
+  } else if (session.json) {
+    // A reader of many documents takes them line by line.
+    PrintJson(session.out, ToJson(reading), options.seconds ? JsonLayout::OneLine : JsonLayout::Indented);
+  } else {
+    if (options.seconds) PrintLine(session.out, fmt::format("{:%Y-%m-%d %H:%M:%S}", fmt::localtime(*reading.time)));
+    PrintTable(session.out, reading);
+    if (options.seconds) session.out << '\n';
+  }
+  session.out.flush();
 }
 
 }  // namespace
 
-int Memory(const Session& session, const std::optional<std::string>& id, const Watch& watch) {
-  if (watch.seconds && !session.IsThisMachine()) throw Error("a saved result has no live figures to watch");
+int Memory(const Session& session, const std::optional<std::string>& id, const Filter& filter,
+           const MemoryOptions& options) {
+  if (options.seconds && !session.IsThisMachine()) throw Error("a saved result has no live figures to watch");
   Selected selected;
   if (!id) {
-    selected = SelectGPUs(session, {});
+    selected = SelectGPUs(session, filter);
     WarnOfHiddenGPUs(session);
   } else if (const MatchedGPUT* matched = SelectGPU(session, *id)) {
     selected = {matched};
   } else {
     return kFoundNone;
   }
-
-  // A reader of many documents takes them line by line.
-  const JsonLayout layout = watch.seconds ? JsonLayout::OneLine : JsonLayout::Indented;
-  PrintOnce(session, selected, layout);
-  for (unsigned done = 1; watch.seconds && done != watch.count && session.out.flush(); ++done) {
-    std::this_thread::sleep_for(std::chrono::duration<double>(*watch.seconds));
-    if (!session.json) session.out << '\n';
-    PrintOnce(session, selected, layout);
+  Print(session, Read(session, selected), options);
+  for (unsigned done = 1; options.seconds && done != options.count && session.out; ++done) {
+    std::this_thread::sleep_for(std::chrono::duration<double>(*options.seconds));
+    Print(session, Read(session, selected), options);
   }
   return FoundStatus(session, !selected.empty());
 }

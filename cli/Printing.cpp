@@ -3,19 +3,10 @@
 #include <algorithm>
 #include <ostream>
 
+#include "cli/UTF8.h"
+
 namespace Vexil::Cli {
 namespace {
-
-/// How many bytes at the start of a text are one UTF-8 character; 0 where they are none.
-std::size_t CharacterLength(std::string_view text) {
-  const auto byte = [&](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
-  const unsigned first = byte(0);
-  const std::size_t length = first < 0x80 ? 1 : first >= 0xF0 ? 4 : first >= 0xE0 ? 3 : first >= 0xC2 ? 2 : 0;
-  for (std::size_t i = 1; i < length; ++i) {
-    if ((byte(i) & 0xC0U) != 0x80) return 0;
-  }
-  return length;
-}
 
 /// Of the first set, of the second one, which terminals also obey as single bytes, and the one between them.
 bool IsControlCharacter(std::string_view character) {

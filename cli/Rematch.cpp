@@ -57,35 +57,60 @@ std::string DifferenceText(const Json& value) {
   return named.contains("name") ? "a record named " + DifferenceText(named["name"]) : "a record";
 }
 
+/// Of one result.
+struct Comparison {
+  Json stored;
+  Json now;
+  Json differences = Json::array();
+};
+
+Comparison Compare(const Results& results) {
+  const Rematched rematched = RematchResults(results);
+  Comparison comparison = {Summary(results.matched, results.monitors), Summary(rematched.matched, rematched.monitors)};
+  Compare("", comparison.stored, comparison.now, comparison.differences);
+  return comparison;
+}
+
+void PrintText(const Session& session, const Comparison& comparison) {
+  const auto line = [&](const char* what, const std::string& version, const Json& summary) {
+    PrintLine(session.out, fmt::format("{} by Vexil {}: {}, {}", what, version, Counted(summary["gpus"].size(), "GPU"),
+                                       Counted(summary["monitors"].size(), "monitor")));
+  };
+  line("Stored   ", session.results.records.library_version, comparison.stored);
+  line("Rematched", kLibraryVersion, comparison.now);
+  for (const Json& difference : comparison.differences) {
+    PrintLine(session.out, fmt::format("  {}: stored {}, now {}", difference["path"].get<std::string>(),
+                                       DifferenceText(difference["stored"]), DifferenceText(difference["now"])));
+  }
+  const std::size_t count = comparison.differences.size();
+  PrintLine(session.out, count == 0 ? "No difference." : Counted(count, "difference") + ".");
+}
+
 }  // namespace
 
-int Rematch(const Session& session) {
-  const Results& results = session.results;
-  const Json stored = Summary(results.matched, results.monitors);
-  const Rematched rematched = RematchResults(results);
-  const Json now = Summary(rematched.matched, rematched.monitors);
-  Json differences = Json::array();
-  Compare("", stored, now, differences);
-
-  if (session.json) {
-    PrintJson(session.out, {{"stored_by", results.records.library_version},
-                            {"matched_by", kLibraryVersion},
-                            {"differences", differences}});
-  } else {
-    const auto line = [&](const char* what, const std::string& version, const Json& summary) {
-      PrintLine(session.out,
-                fmt::format("{} by Vexil {}: {}, {}", what, version, Counted(summary["gpus"].size(), "GPU"),
-                            Counted(summary["monitors"].size(), "monitor")));
-    };
-    line("Stored   ", results.records.library_version, stored);
-    line("Rematched", kLibraryVersion, now);
-    for (const Json& difference : differences) {
-      PrintLine(session.out, fmt::format("  {}: stored {}, now {}", difference["path"].get<std::string>(),
-                                         DifferenceText(difference["stored"]), DifferenceText(difference["now"])));
-    }
-    PrintLine(session.out, differences.empty() ? "No difference." : Counted(differences.size(), "difference") + ".");
+int Rematch(const Sessions& sessions) {
+  Json results = Json::array();
+  bool differs = false;
+  bool has_gpus = false;
+  const Session& first = sessions.front();
+  for (const Session& session : sessions) {
+    const Comparison comparison = Compare(session.results);
+    differs = differs || !comparison.differences.empty();
+    has_gpus = has_gpus || !comparison.now["gpus"].empty();
+    results.push_back({{"file", session.file},
+                       {"stored_by", session.results.records.library_version},
+                       {"matched_by", kLibraryVersion},
+                       {"differences", comparison.differences}});
+    if (session.json) continue;
+    if (sessions.size() > 1) PrintLine(session.out, session.file);
+    PrintText(session, comparison);
   }
-  return now["gpus"].empty() ? kFoundNone : kFoundGPUs;
+  if (first.json) {
+    Json document = Document("rematch");
+    document["results"] = std::move(results);
+    PrintJson(first.out, document);
+  }
+  return differs ? kDiffers : has_gpus ? kFoundGPUs : kFoundNone;
 }
 
 }  // namespace Vexil::Cli

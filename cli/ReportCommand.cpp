@@ -1,8 +1,8 @@
 #include "Vexil/Report/Report.h"
 #include "cli/Commands.h"
-#include "cli/Json.h"
 #include "cli/Printing.h"
 #include "cli/Rematching.h"
+#include "cli/ResultJson.h"
 
 namespace Vexil::Cli {
 namespace {
@@ -17,13 +17,6 @@ class OutputSink final : public ReportSink {
  private:
   std::ostream& m_out;
 };
-
-/// The schema's defaults are not written, and a version is worth knowing.
-Json ResultToJson(const FlatBuffers::DetectionResultT& records) {
-  Json json = {{"version", records.version}};
-  json.update(ToJson(records));
-  return json;
-}
 
 }  // namespace
 

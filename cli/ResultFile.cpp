@@ -8,6 +8,10 @@
 #include <iterator>
 #include <system_error>
 
+#include "Vexil/Results/ResultOutput.h"
+#include "cli/FileName.h"
+#include "cli/ResultTexts.h"
+
 namespace Vexil::Cli {
 
 using FlatBuffers::DetectionResultT;
@@ -100,9 +104,18 @@ Results UnpackResults(std::vector<std::uint8_t> buffer, const std::string& name)
   return results;
 }
 
+Results Adapt(Results results, unsigned code_page, bool is_anonymous) {
+  const bool is_converted = ConvertTexts(results.records, code_page);
+  if (is_anonymous) Anonymize(results.records);
+  if (!is_converted && !is_anonymous) return results;
+  std::vector<std::uint8_t> buffer;
+  PackResult(results.records, buffer);
+  return UnpackOwnResults(std::move(buffer));
+}
+
 std::vector<std::uint8_t> ReadFile(const std::string& path) {
   errno = 0;
-  std::ifstream file(path, std::ios::binary);
+  std::ifstream file(PathOf(path), std::ios::binary);
   if (!file) throw Error("cannot open \"" + path + "\": " + LastError());
   std::vector<std::uint8_t> bytes;
   char block[4096];

@@ -31,6 +31,10 @@ Results UnpackOwnResults(std::vector<std::uint8_t> buffer);
 /// Unpacks a buffer of unknown origin. Where it is none of the library's, throws an Error that calls it by `name`.
 Results UnpackResults(std::vector<std::uint8_t> buffer, const std::string& name);
 
+/// The same results with texts that are not UTF-8 read in this code page and, if so wanted, without what tells one
+/// machine from others like it.
+Results Adapt(Results results, unsigned code_page, bool is_anonymous);
+
 /// The content of a file. Throws an Error where it cannot be read.
 std::vector<std::uint8_t> ReadFile(const std::string& path);
 

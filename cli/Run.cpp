@@ -5,13 +5,14 @@
 #include "cli/Commands.h"
 #include "cli/Env.h"
 #include "cli/ExitStatus.h"
+#include "cli/platform/Terminal.h"
 #include "interfaces/platform/Environment.h"
 #include "interfaces/platform/Processes.h"
 
 namespace Vexil::Cli {
 
 int Run(const Session& session, const std::string& id, const std::vector<std::string>& command_line) {
-  if (!session.IsThisMachine()) throw Error(kOnlyOfARunningMachine);
+  RequireNumbers(session);
   const FlatBuffers::MatchedGPUT* matched = SelectGPU(session, id);
   // A status that is not the program's has to be told from those that are.
   if (matched == nullptr) return kCannot;
@@ -24,6 +25,7 @@ int Run(const Session& session, const std::string& id, const std::vector<std::st
   }
   for (const auto& [name, value] : guidance.variables) Interfaces::SetVariable(name, value);
   session.out.flush();
+  RestoreConsole();
   const Interfaces::ProcessEnd end = Interfaces::RunProgram(command_line);
   if (end.kind == Interfaces::ProcessEnd::NotStarted) {
     throw Error("cannot start \"" + command_line.front() + "\": " + SystemErrorText(end.code));

@@ -76,7 +76,9 @@ int Save(const Session& session, const std::string& path) {
   const Results& results = session.results;
   SaveTo(path, results.buffer);
   if (session.json) {
-    PrintJson(session.out, {{"file", path}, {"gpus", results.gpus.size()}, {"bytes", results.buffer.size()}});
+    Json document = Document("save");
+    document.update({{"file", path}, {"gpus", results.gpus.size()}, {"bytes", results.buffer.size()}});
+    PrintJson(session.out, document);
   } else {
     PrintLine(session.out, fmt::format("Saved {} and {} to \"{}\", {} bytes.", Counted(results.gpus.size(), "GPU"),
                                        Counted(results.monitors.size(), "monitor"), path, results.buffer.size()));

@@ -162,9 +162,15 @@ std::string FullName(const GPUT& gpu) {
 
 int FoundStatus(const Session& session, bool has_found) {
   if (has_found) return kFoundGPUs;
-  if (session.results.gpus.empty()) {
-    session.err << "vexil: no GPU was found; \"vexil doctor\" prints the status of each source\n";
-  }
+  const bool has_gpus = !session.results.gpus.empty();
+  session.err << (has_gpus ? "vexil: no GPU matches\n"
+                           : "vexil: no GPU was found; \"vexil doctor\" prints the status of each source\n");
+  return kFoundNone;
+}
+
+int FoundStatus(const Sessions& sessions, bool has_found) {
+  if (has_found || sessions.size() == 1) return FoundStatus(sessions.front(), has_found);
+  sessions.front().err << "vexil: no GPU matches in any of these files\n";
   return kFoundNone;
 }
 

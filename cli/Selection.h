@@ -27,8 +27,9 @@ const FlatBuffers::MatchedGPUT* SelectGPU(const Session& session, const std::str
 /// "NVIDIA GeForce RTX 3080"
 std::string FullName(const FlatBuffers::GPUT& gpu);
 
-/// The exit status of a command that found what it was asked for or not. Where there is no GPU at all, standard
-/// error says how to learn why.
+/// The exit status of a command that found what it was asked for or not. Where it did not, standard error says so and,
+/// if there is no GPU at all, how to learn why.
 int FoundStatus(const Session& session, bool has_found);
+int FoundStatus(const Sessions& sessions, bool has_found);
 
 }  // namespace Vexil::Cli

@@ -3,6 +3,8 @@
 #include <memory>
 #include <optional>
 #include <ostream>
+#include <string>
+#include <vector>
 
 #include "Vexil/DetectorImpl.h"
 #include "cli/ResultFile.h"
@@ -19,11 +21,13 @@ struct Numbers {
   const Interfaces::Findings* Of(std::string_view interface) const;
 };
 
-/// What one command works with.
+/// One result that a command works with.
 struct Session {
+  std::string file;  ///< Where it was saved; empty where it is this machine's.
   Results results;
   std::shared_ptr<const Detector::Impl> run;  ///< Null where the results are saved ones.
   bool json;
+  bool is_anonymous;
   std::ostream& out;
   std::ostream& err;
   mutable std::optional<Numbers> numbers = {};  ///< For FindNumbers, which asks once.
@@ -31,5 +35,7 @@ struct Session {
   /// Whether live figures can be asked for.
   bool IsThisMachine() const { return run != nullptr; }
 };
+
+using Sessions = std::vector<Session>;
 
 }  // namespace Vexil::Cli

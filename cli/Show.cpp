@@ -1,4 +1,7 @@
+#include <fmt/format.h>
+
 #include "Vexil/Common/Text.h"
+#include "cli/Card.h"
 #include "cli/Commands.h"
 #include "cli/ExitStatus.h"
 #include "cli/Json.h"
@@ -12,19 +15,31 @@ using FlatBuffers::MatchedGPUT;
 
 namespace {
 
-std::string ScalarText(const Json& value) {
+bool EndsWith(const std::string& text, std::string_view end) {
+  return text.size() >= end.size() && text.compare(text.size() - end.size(), end.size(), end) == 0;
+}
+
+/// Identifiers and handles, which nobody reads in decimal.
+bool IsHexadecimal(const std::string& field) {
+  return EndsWith(field, "_id") || EndsWith(field, "handle") || field == "revision" || field == "opencl_peers";
+}
+
+std::string ScalarText(const std::string& field, const Json& value) {
   if (value.is_string()) return value.get<std::string>();
   if (value.is_boolean()) return value.get<bool>() ? "yes" : "no";
-  return value.dump();
+  if (!IsHexadecimal(field)) return value.dump();
+  // Records hold 32-bit identifiers in signed fields.
+  return fmt::format("0x{:X}", value.is_number_unsigned() ? value.get<std::uint64_t>()
+                                                          : static_cast<std::uint32_t>(value.get<std::int32_t>()));
 }
 
 bool IsListOfRecords(const Json& value) { return value.is_array() && !value.empty() && value.front().is_object(); }
 
-std::string ValueText(const Json& value) {
-  if (!value.is_array()) return ScalarText(value);
+std::string ValueText(const std::string& field, const Json& value) {
+  if (!value.is_array()) return ScalarText(field, value);
   std::vector<std::string> texts;
-  for (const Json& element : value) texts.push_back(ScalarText(element));
-  return Join(texts, ", ");
+  for (const Json& element : value) texts.push_back(ScalarText(field, element));
+  return texts.empty() ? "-" : Join(texts, ", ");
 }
 
 /// A record's own values, then the records inside it.
@@ -33,7 +48,7 @@ void PrintRecord(std::ostream& out, const std::string& title, const Json& record
   out << indent << title << '\n';
   TextTable table;
   for (const auto& [name, value] : record.items()) {
-    if (!value.is_object() && !IsListOfRecords(value)) table.Add({name, ValueText(value)});
+    if (!value.is_object() && !IsListOfRecords(value)) table.Add({name, ValueText(name, value)});
   }
   table.Print(out, inner);
   for (const auto& [name, value] : record.items()) {
@@ -43,29 +58,35 @@ void PrintRecord(std::ostream& out, const std::string& title, const Json& record
   }
 }
 
-}  // namespace
-
-int Show(const Session& session, const std::string& id) {
-  const MatchedGPUT* matched = SelectGPU(session, id);
-  if (matched == nullptr) return kFoundNone;
-  Json json = ToJson(*matched);
-  const Numbers* numbers = session.IsThisMachine() ? &FindNumbers(session) : nullptr;
-  const std::size_t index = IndexOf(session, *matched);
-  if (session.json) {
-    if (numbers != nullptr) json["known_as"] = NumbersJson(numbers->joined.gpus[index]);
-    PrintJson(session.out, json);
-    return kFoundGPUs;
-  }
-  PrintLine(session.out, FullName(*matched->gpu) + " (" + matched->gpu->id + ")");
+void PrintText(const Session& session, const MatchedGPUT& matched, bool is_raw) {
+  PrintCard(session, matched);
   session.out << "\nOther interfaces know it as\n";
-  if (numbers != nullptr) {
-    NumbersTable(numbers->joined.gpus[index]).Print(session.out, "  ");
+  if (session.IsThisMachine()) {
+    NumbersTable(FindNumbers(session).joined.gpus[IndexOf(session, matched)]).Print(session.out, "  ");
   } else {
     PrintLine(session.out, std::string("  ") + kOnlyOfARunningMachine);
   }
-  for (const auto& [source, record] : json.items()) {
+  if (!is_raw) return;
+  for (const auto& [source, record] : ToJson(matched).items()) {
     session.out << '\n';
     PrintRecord(session.out, source, record, "");
+  }
+}
+
+}  // namespace
+
+int Show(const Session& session, const std::string& id, bool is_raw) {
+  const MatchedGPUT* matched = SelectGPU(session, id);
+  if (matched == nullptr) return kFoundNone;
+  if (session.json) {
+    Json document = Document("show");
+    document.update(ToJson(*matched));
+    document["known_as"] = session.IsThisMachine()
+                               ? NumbersJson(FindNumbers(session).joined.gpus[IndexOf(session, *matched)])
+                               : Json::array();
+    PrintJson(session.out, document);
+  } else {
+    PrintText(session, *matched, is_raw);
   }
   return kFoundGPUs;
 }

@@ -3,6 +3,7 @@
 #include <algorithm>
 
 #include "cli/Printing.h"
+#include "cli/UTF8.h"
 
 namespace Vexil::Cli {
 
@@ -10,13 +11,13 @@ void TextTable::Print(std::ostream& out, const std::string& indent) const {
   std::vector<std::size_t> widths;
   for (const auto& row : m_rows) {
     widths.resize(std::max(widths.size(), row.size()));
-    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], row[i].size());
+    for (std::size_t i = 0; i < row.size(); ++i) widths[i] = std::max(widths[i], DisplayWidth(row[i]));
   }
   for (const auto& row : m_rows) {
     std::string line = indent;
     for (std::size_t i = 0; i < row.size(); ++i) {
       line += row[i];
-      line.append(widths[i] - row[i].size() + 2, ' ');
+      line.append(widths[i] - DisplayWidth(row[i]) + 2, ' ');
     }
     line.erase(line.find_last_not_of(' ') + 1);
     PrintLine(out, line);

@@ -20,7 +20,7 @@ install(FILES ${runtime_dlls} DESTINATION bin)
 
 install(FILES Vexil/Vexil.h DESTINATION include/Vexil)
 install(FILES ${VEXIL_RECORDS_HEADER} DESTINATION include/Vexil/FlatBuffers)
-install(FILES ${VEXIL_SCHEMA} DESTINATION share/Vexil)
+install(FILES ${VEXIL_SCHEMA} docs/vexil.schema.json DESTINATION share/Vexil)
 
 # The records are made of these headers, in the very version that generated them.
 install(DIRECTORY ${FLATBUFFERS_INCLUDE_DIR}/flatbuffers DESTINATION include/Vexil/third_party)

@@ -1,8 +1,8 @@
 #include <exception>
 #include <iostream>
-#include <string_view>
 
 #include "cli/CommandLine.h"
+#include "cli/platform/Terminal.h"
 #include "simulation/LoadMachine.h"
 #include "simulation/Simulation.h"
 
@@ -17,17 +17,19 @@ constexpr const char* kUsage =
 }  // namespace
 
 int main(int argc, char** argv) {
-  if (argc < 2) {
+  Vexil::Cli::UseUTF8Console();
+  const auto arguments = Vexil::Cli::Arguments(argc, argv);
+  if (arguments.size() < 2) {
     std::cerr << kUsage;
     return 2;
   }
-  if (argv[1] == std::string_view("--help")) {
+  if (arguments[1] == "--help") {
     std::cout << kUsage;
     return std::cout.flush() ? 0 : 2;
   }
   try {
-    Vexil::Simulation::SetMachine(Vexil::Simulation::LoadMachine(argv[1]));
-    return Vexil::Cli::RunCommandLine(argc - 1, argv + 1, std::cout, std::cerr);
+    Vexil::Simulation::SetMachine(Vexil::Simulation::LoadMachine(arguments[1]));
+    return Vexil::Cli::RunCommandLine({arguments.begin() + 1, arguments.end()}, std::cout, std::cerr);
   } catch (const std::exception& error) {
     std::cerr << "vexil-sim: " << error.what() << '\n';
     return 2;

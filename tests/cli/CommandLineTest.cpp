@@ -25,12 +25,13 @@ std::vector<std::string> Lines(const std::string& text) {
 
 bool Contains(const std::string& text, const std::string& part) { return text.find(part) != std::string::npos; }
 
-/// No member that is -1, all bits set or empty, at any depth.
+/// A number that is -1 or all bits set, an empty text or record, at any depth.
 bool HasUnknown(const json& value) {
   static const std::array<json, 3> kUnknowns = {-1, ~std::uint64_t{0}, ""};
   if (std::find(kUnknowns.begin(), kUnknowns.end(), value) != kUnknowns.end()) return true;
   if (!value.is_structured()) return false;
-  return value.empty() || std::any_of(value.begin(), value.end(), HasUnknown);
+  const bool is_empty_record = value.is_object() && value.empty();
+  return is_empty_record || std::any_of(value.begin(), value.end(), HasUnknown);
 }
 
 class CommandLineTest : public ProgramTest {
@@ -82,7 +83,7 @@ TEST_F(CommandLineTest, ListFiltersThisMachineAndSavedResultsAlike) {
   const std::vector<Case> cases = {
       {{}, 5},
       {{"--vendor", "nvidia"}, 2},
-      {{"--vendor", "Apple"}, 0},
+      {{"--vendor", "unknown"}, 0},
       {{"--type", "INTEGRATED"}, 1},
       {{"--api", "CUDA"}, 2},
       {{"--api", "OpenCL", "--vendor", "AMD"}, 2},
@@ -95,15 +96,16 @@ TEST_F(CommandLineTest, ListFiltersThisMachineAndSavedResultsAlike) {
     arguments.insert(arguments.begin(), "list");
     const Answer live = Run(arguments);
     const Answer saved = RunSaved(arguments);
-    EXPECT_EQ(Lines(live.out).size(), c.gpus) << live.out;
+    EXPECT_EQ(Lines(live.out).size(), c.gpus != 0 ? c.gpus + 1 : 0) << live.out;
     EXPECT_EQ(live.status, c.gpus != 0 ? 0 : 1);
+    EXPECT_EQ(live.err, c.gpus != 0 ? "" : "vexil: no GPU matches\n");
     EXPECT_EQ(saved.out, live.out);
     EXPECT_EQ(saved.status, live.status);
   }
 }
 
 TEST_F(CommandLineTest, ShowTellsWhatOtherInterfacesCallTheGPU) {
-  const Answer answer = Run({"show", "gpu:61279526.5150080d"});
+  const Answer answer = Run({"show", "gpu:61279526.5150080d", "--raw"});
   EXPECT_EQ(answer.status, 0);
   for (const char* part :
        {"  CUDA     0             UUID GPU-69401105-2337-a290-183c-aa7710154270", "  NVAPI    0  ",
@@ -123,7 +125,7 @@ TEST_F(CommandLineTest, ShowTellsWhatOtherInterfacesCallTheGPU) {
                        "hdr not supported"));
 
   // The numbers are those of a process that has ended; the rest is the same.
-  const Answer saved = RunSaved({"show", "gpu:61279526.5150080d"});
+  const Answer saved = RunSaved({"show", "gpu:61279526.5150080d", "--raw"});
   EXPECT_TRUE(Contains(saved.out, "belong to a running machine")) << saved.out;
   const auto records = [](const std::string& text) { return text.substr(text.find("\ngpu\n")); };
   EXPECT_EQ(records(saved.out), records(answer.out));
@@ -256,8 +258,12 @@ TEST_F(CommandLineTest, MemoryIsWatchedLineByLine) {
     EXPECT_EQ(figures["system"]["free_bytes"], 98304ULL << 20);
     ASSERT_EQ(figures["gpus"].size(), 1U);
     EXPECT_EQ(figures["gpus"][0]["total_bytes"], 16368ULL << 20);
-    EXPECT_EQ(figures["gpus"][0]["free_bytes"], 15990784ULL * 1000);
+    EXPECT_EQ(figures["gpus"][0]["free_bytes"], 15990784ULL * 1024);
+    EXPECT_TRUE(figures.contains("time"));
   }
+  const json nvidia = json::parse(Run({"memory", "0", "--json"}).out)["gpus"][0];
+  EXPECT_EQ(nvidia["total_bytes"], nvidia["vram_mib"].get<std::uint64_t>() << 20);
+  EXPECT_EQ(Lines(Run({"memory", "--vendor", "AMD"}).out).size(), 3U);
   EXPECT_FALSE(json::parse(RunSaved({"memory", "--json"}).out)["gpus"][0].contains("free_bytes"));
   EXPECT_EQ(RunSaved({"memory", "--watch", "1"}).status, 2);
 }
@@ -270,7 +276,8 @@ TEST_F(CommandLineTest, SavesWhatItCanReadBack) {
   EXPECT_EQ(RunSaved({"save", copy}).status, 0);
   EXPECT_EQ(Cli::ReadFile(copy), Cli::ReadFile(m_saved));
   const json told = json::parse(Run({"save", path, "--json"}).out);
-  EXPECT_EQ(told, json({{"file", path}, {"gpus", 5}, {"bytes", Detect().size()}}));
+  EXPECT_EQ(told,
+            json({{"json_version", 1}, {"command", "save"}, {"file", path}, {"gpus", 5}, {"bytes", Detect().size()}}));
   EXPECT_EQ(Run({"save", TemporaryFile("no/such/folder")}).status, 2);
 
   // What keeps it from being written leaves what was there.
@@ -293,7 +300,8 @@ TEST_F(CommandLineTest, SavesWhatItCanReadBack) {
 
 TEST_F(CommandLineTest, OutputIsSoundWhateverDriversCallThings) {
   Simulation::Machine machine = LoadTestMachine("five-gpus");
-  machine.dxgi->at(4).description.name = "Intel\xAE \xC2 \"UHD\"\n\x1B[2J\x7F \x9B[2J \xC2\x9B[2J Graphics";
+  machine.dxgi->at(4).description.name = "Intel\xAE \xC2 \"UHD\"\n\x1B[2J\x7F \x9B[2J Graphics";
+  machine.nvapi->gpus.at(1).name = "NVIDIA \xC2\x9B[2J\xC2\xAE";
   Simulation::SetMachine(machine);
   for (const char* command : {"list", "doctor", "memory", "show"}) {
     std::vector<std::string> arguments = {command, "--json"};
@@ -304,8 +312,9 @@ TEST_F(CommandLineTest, OutputIsSoundWhateverDriversCallThings) {
     const std::string as_text = Run(arguments).out;
     for (const std::string& text : {as_json, as_text})
       EXPECT_EQ(text.find_first_of("\x1B\x7F\x9B"), std::string::npos) << text;
+    EXPECT_FALSE(Contains(as_json, "\xEF\xBF\xBD")) << command;
   }
-  EXPECT_EQ(Lines(Run({"list"}).out).size(), 5U);
+  EXPECT_EQ(Lines(Run({"list"}).out).size(), 6U);
   EXPECT_TRUE(Contains(Run({}).out, "\"UHD\"??[2J?"));
   const Answer report = Run({"--json"});
   ASSERT_TRUE(json::accept(report.out));
@@ -321,7 +330,8 @@ TEST_F(CommandLineTest, RematchTellsWhatDiffers) {
   const auto paths = [](const Answer& answer) {
     std::vector<std::string> list;
     const json parsed = json::parse(answer.out);
-    for (const json& difference : parsed["differences"]) list.push_back(difference["path"]);
+    for (const json& difference : parsed["results"][0]["differences"]) list.push_back(difference["path"]);
+    EXPECT_EQ(answer.status, list.empty() ? 0 : 3);
     return list;
   };
   EXPECT_EQ(paths(Run({"rematch", m_saved, "--json"})), std::vector<std::string>());
@@ -345,10 +355,97 @@ TEST_F(CommandLineTest, RematchTellsWhatDiffers) {
   EXPECT_TRUE(Contains(text.out, removed + ": stored nothing, now a record named")) << text.out;
 }
 
+TEST_F(CommandLineTest, SavedResultsOfManyMachinesAreReadAtOnce) {
+  const std::string folder = TemporaryFile("machines");
+  std::filesystem::create_directory(folder);
+  std::size_t gpus = 0;
+  for (const char* name : {"hybrid-laptop", "intel-only", "none"}) {
+    Simulation::SetMachine(LoadTestMachine(name));
+    EXPECT_NE(Run({"save", folder + "/" + name}).status, 2);
+    gpus += json::parse(Run({"list", "--json"}).out)["gpus"].size();
+  }
+  const Answer list = Run({"list", "--from", folder, "--from", m_saved});
+  EXPECT_EQ(list.status, 0) << list.err;
+  EXPECT_EQ(Lines(list.out).size(), 1 + gpus + 5) << list.out;
+  EXPECT_TRUE(Contains(list.out, folder + "/intel-only  0  gpu:")) << list.out;
+  EXPECT_EQ(json::parse(Run({"list", "--from", folder, "--json"}).out)["gpus"][0]["file"], folder + "/hybrid-laptop");
+  EXPECT_EQ(json::parse(Run({"rematch", folder, m_saved, "--json"}).out)["results"].size(), 4U);
+  EXPECT_EQ(Run({"show", "0", "--from", folder}).status, 2);
+
+  // One that is damaged does not keep the others from being read.
+  WriteFile(folder + "/damaged", {1, 2, 3});
+  const Answer rest = Run({"list", "--from", folder});
+  EXPECT_EQ(rest.status, 2);
+  EXPECT_TRUE(Contains(rest.err, "/damaged\" is not a saved result")) << rest.err;
+  EXPECT_EQ(Lines(rest.out).size(), 1 + gpus);
+}
+
+TEST_F(CommandLineTest, MonitorsStandOnTheDesktop) {
+  const std::string live = Run({"monitors"}).out;
+  EXPECT_EQ(Lines(live)[1],
+            "DISPLAY1  DELL U2720Q  27.0\" (597 x 336 mm)  3840 x 2160, 60 Hz  DisplayPort  0, 0  0  NVIDIA GeForce "
+            "RTX 3090  main")
+      << live;
+  const json monitors = json::parse(RunSaved({"monitors", "--json"}).out)["monitors"];
+  ASSERT_EQ(monitors.size(), Lines(live).size() - 1);
+  EXPECT_EQ(monitors[0]["width"], 3840);
+  EXPECT_FALSE(monitors[0].contains("x"));
+  EXPECT_EQ(monitors[0]["is_main"], true);
+  Simulation::SetMachine(LoadTestMachine("none"));
+  EXPECT_EQ(Run({"monitors"}).status, 1);
+}
+
+TEST_F(CommandLineTest, FiguresForPrometheusHaveQuotedLabels) {
+  Simulation::Machine machine = LoadTestMachine("intel-only");
+  machine.dxgi->at(0).description.name = "Intel \"a\\b\"\n";
+  Simulation::SetMachine(machine);
+  const std::string text = Run({"memory", "--openmetrics"}).out;
+  EXPECT_TRUE(Contains(text, R"(name="Intel Intel \"a\\b\"?"})")) << text;
+  EXPECT_EQ(text.substr(text.size() - 6), "# EOF\n");
+}
+
+TEST_F(CommandLineTest, HelpComesInEveryForm) {
+  const std::string help = Run({"--help"}).out;
+  for (const char* form : {"/?", "-?", "help", "-h"}) EXPECT_EQ(Run({form}).out, help) << form;
+  EXPECT_EQ(Run({"-V"}).out, Run({"--version"}).out);
+  const std::string of_list = Run({"list", "--help"}).out;
+  EXPECT_TRUE(Contains(of_list, "--vendor") && Contains(of_list, "--from")) << of_list;
+  EXPECT_FALSE(Contains(of_list, "Apple") || Contains(of_list, "Metal")) << of_list;
+  EXPECT_EQ(Run({"help", "list"}).out, of_list);
+
+  // What begins with "/" else is a file.
+  const std::string path = TemporaryFile("slash.vexil");
+  ASSERT_EQ(path.front(), '/');
+  EXPECT_EQ(Run({"save", path}).status, 0);
+
+  struct Misuse {
+    std::vector<std::string> arguments;
+    const char* message;
+  };
+  for (const Misuse& m : std::vector<Misuse>{
+           {{"lst"}, "vexil: there is no command \"lst\"; did you mean \"list\"?\nCommands: list, show, monitors, "},
+           {{"frobnicate"}, "vexil: there is no command \"frobnicate\"\nCommands: "},
+           {{"memory", "--watch", "1", "--count", "0"}, "vexil: --count: must be at least 1, which 0 is not\n"},
+           {{"memory", "--watch", "nan"}, "vexil: --watch: must be between 0.01 and 86400 seconds, which nan is not\n"},
+       }) {
+    const Answer answer = Run(m.arguments);
+    EXPECT_EQ(answer.status, 2);
+    EXPECT_EQ(answer.err.rfind(m.message, 0), 0U) << answer.err;
+  }
+
+  const std::string script = Run({"completion", "powershell"}).out;
+  for (const char* part :
+       {"'' = @('list', 'show', ", "'memory' = @('--vendor', ", "'list --type' = @('Unknown', 'Integrated', ",
+        "'env --shell' = @('cmd', 'powershell', 'sh', 'json')"}) {
+    EXPECT_TRUE(Contains(script, part)) << part << " in\n" << script;
+  }
+}
+
 TEST_F(CommandLineTest, MisuseIsTwoAndNoGPUIsOne) {
   const std::vector<std::vector<std::string>> misuses = {{"bogus"},
                                                          {"--bogus"},
                                                          {"list", "--vendor", "Acme"},
+                                                         {"list", "--vendor", "Apple"},
                                                          {"show"},
                                                          {"memory", "--watch", "-1"},
                                                          {"memory", "--watch", "nan", "--count", "1"},

@@ -1,6 +1,5 @@
 #include "tests/cli/ProgramTest.h"
 
-#include <algorithm>
 #include <fstream>
 #include <sstream>
 
@@ -10,11 +9,9 @@ namespace Vexil::Tests {
 
 Answer ProgramTest::Run(std::vector<std::string> arguments) {
   arguments.insert(arguments.begin(), "vexil");
-  std::vector<const char*> argv(arguments.size());
-  std::transform(arguments.begin(), arguments.end(), argv.begin(), [](const std::string& a) { return a.c_str(); });
   std::ostringstream out;
   std::ostringstream err;
-  const int status = Cli::RunCommandLine(static_cast<int>(argv.size()), argv.data(), out, err);
+  const int status = Cli::RunCommandLine(arguments, out, err);
   EndProcess();
   return {status, out.str(), err.str()};
 }

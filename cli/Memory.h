@@ -1,0 +1,32 @@
+#pragma once
+
+#include <cstdint>
+#include <ctime>
+#include <optional>
+#include <vector>
+
+#include "Vexil/FlatBuffers/DetectionResult_generated.h"
+
+namespace Vexil::Cli {
+
+/// Bytes.
+struct MemoryUse {
+  std::uint64_t free = 0;
+  std::uint64_t total = 0;
+};
+
+struct GPUReading {
+  std::size_t number;  ///< In the list of GPUs.
+  const FlatBuffers::MatchedGPUT* matched;
+  std::optional<MemoryUse> use;
+};
+
+/// The memory of a machine at one moment.
+struct Reading {
+  std::optional<std::time_t> time;  ///< Nothing where the figures are saved ones.
+  std::optional<MemoryUse> system;
+  std::int32_t ram_mib = 0;
+  std::vector<GPUReading> gpus;
+};
+
+}  // namespace Vexil::Cli
