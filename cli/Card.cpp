@@ -8,7 +8,7 @@
 #include "Vexil/Common/Text.h"
 #include "Vexil/Common/Unknown.h"
 #include "cli/KnownAs.h"
-#include "cli/Monitors.h"
+#include "cli/MonitorList.h"
 #include "cli/Printing.h"
 #include "cli/Selection.h"
 #include "cli/VRAM.h"

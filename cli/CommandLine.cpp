@@ -17,8 +17,8 @@
 #include "cli/ExitStatus.h"
 #include "cli/FileName.h"
 #include "cli/Printing.h"
-#include "cli/platform/CodePage.h"
 #include "cli/platform/Terminal.h"
+#include "text/CodePage.h"
 
 namespace Vexil::Cli {
 namespace {
@@ -39,6 +39,7 @@ struct Request {
   std::vector<std::string> program;
   bool raw = false;
   MemoryOptions memory;
+  Pictures pictures;
 };
 
 /// A schema enumeration's names, which end with a null.
@@ -151,6 +152,12 @@ void AddCommands(CLI::App& app, Request& request, Command& chosen) {
                       [&](const Session& s) { return Cli::Run(s, *request.id, request.program); });
   run->add_option("ID", request.id, id_description)->required();
   run->add_option("PROGRAM", request.program, "The program and its arguments")->required();
+
+  CLI::App* topo = add("topo", "What is linked to what, and how each GPU is connected",
+                       [&](const Session& s) { return Topo(s, request.pictures); });
+  topo->add_option("--svg", request.pictures.svg, "Draw the machine to this file instead")->type_name("FILE");
+  topo->add_option("--html", request.pictures.html, "Write a page with the drawing to this file instead")
+      ->type_name("FILE");
 
   CLI::App* memory = add("memory", "Memory in use at this moment",
                          [&](const Session& s) { return Memory(s, request.id, request.filter, request.memory); });

@@ -33,6 +33,14 @@ int Env(const Session& session, const std::string& id, const std::string& shell)
 /// Runs a program with these variables, and returns its exit status.
 int Run(const Session& session, const std::string& id, const std::vector<std::string>& command_line);
 
+struct Pictures {
+  std::optional<std::string> svg;
+  std::optional<std::string> html;
+};
+
+/// What is linked to what; where files are given, as pictures in these instead.
+int Topo(const Session& session, const Pictures& pictures);
+
 struct MemoryOptions {
   std::optional<double> seconds;  ///< Between two answers; without it there is only one.
   unsigned count = 0;             ///< 0: until the program is ended.

@@ -1,9 +1,8 @@
 #include "cli/Printing.h"
 
-#include <algorithm>
 #include <ostream>
 
-#include "cli/UTF8.h"
+#include "text/UTF8.h"
 
 namespace Vexil::Cli {
 namespace {
@@ -21,7 +20,7 @@ bool IsControlCharacter(std::string_view character) {
 std::string Printable(std::string_view text) {
   std::string printable;
   while (!text.empty()) {
-    const std::string_view character = text.substr(0, std::max<std::size_t>(CharacterLength(text), 1));
+    const std::string_view character = FirstCharacter(text).bytes;
     printable += IsControlCharacter(character) ? "?" : character;
     text.remove_prefix(character.size());
   }

@@ -2,7 +2,7 @@
 
 #include <string>
 
-#include "cli/UTF8.h"
+#include "text/UTF8.h"
 
 namespace Vexil::Cli {
 

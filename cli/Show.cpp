@@ -67,7 +67,8 @@ void PrintText(const Session& session, const MatchedGPUT& matched, bool is_raw) 
     PrintLine(session.out, std::string("  ") + kOnlyOfARunningMachine);
   }
   if (!is_raw) return;
-  for (const auto& [source, record] : ToJson(matched).items()) {
+  const Json records = ToJson(matched);
+  for (const auto& [source, record] : records.items()) {
     session.out << '\n';
     PrintRecord(session.out, source, record, "");
   }

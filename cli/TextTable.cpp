@@ -3,7 +3,7 @@
 #include <algorithm>
 
 #include "cli/Printing.h"
-#include "cli/UTF8.h"
+#include "text/UTF8.h"
 
 namespace Vexil::Cli {
 

@@ -6,6 +6,8 @@
 #include <string_view>
 
 #include "interfaces/platform/Processes.h"
+#include "text/CodePage.h"
+#include "text/UTF8.h"
 
 namespace Vexil::Interfaces {
 namespace {
@@ -15,8 +17,17 @@ constexpr std::string_view kChildArgument = "--as-child";
 // The answer is one line that begins with this character: drivers print to the same place.
 constexpr char kRecordSeparator = '\x1E';
 
+/// Drivers tell texts in the system's code page, and JSON is UTF-8.
+void MakeUTF8(Json& json) {
+  if (json.is_string()) json = AsUTF8(json.get<std::string>(), SystemCodePage());
+  if (!json.is_structured()) return;
+  for (Json& part : json) MakeUTF8(part);
+}
+
 std::string AnswerLine(const std::string& name, ChildWork work) {
-  return kRecordSeparator + work(name).dump(-1, ' ', true, Json::error_handler_t::replace) + '\n';
+  Json answer = work(name);
+  MakeUTF8(answer);
+  return kRecordSeparator + answer.dump(-1, ' ', true) + '\n';
 }
 
 std::string FaultText(const ProcessEnd& end) {

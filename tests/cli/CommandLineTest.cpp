@@ -262,7 +262,8 @@ TEST_F(CommandLineTest, MemoryIsWatchedLineByLine) {
     EXPECT_TRUE(figures.contains("time"));
   }
   const json nvidia = json::parse(Run({"memory", "0", "--json"}).out)["gpus"][0];
-  EXPECT_EQ(nvidia["total_bytes"], nvidia["vram_mib"].get<std::uint64_t>() << 20);
+  // CUDA and NVAPI differ by a megabyte, not by units.
+  EXPECT_EQ(nvidia["total_bytes"], (nvidia["vram_mib"].get<std::uint64_t>() + 1) << 20);
   EXPECT_EQ(Lines(Run({"memory", "--vendor", "AMD"}).out).size(), 3U);
   EXPECT_FALSE(json::parse(RunSaved({"memory", "--json"}).out)["gpus"][0].contains("free_bytes"));
   EXPECT_EQ(RunSaved({"memory", "--watch", "1"}).status, 2);
@@ -357,6 +358,8 @@ TEST_F(CommandLineTest, RematchTellsWhatDiffers) {
 
 TEST_F(CommandLineTest, SavedResultsOfManyMachinesAreReadAtOnce) {
   const std::string folder = TemporaryFile("machines");
+  const std::string in_folder = folder + static_cast<char>(std::filesystem::path::preferred_separator);
+  std::filesystem::remove_all(folder);
   std::filesystem::create_directory(folder);
   std::size_t gpus = 0;
   for (const char* name : {"hybrid-laptop", "intel-only", "none"}) {
@@ -367,8 +370,8 @@ TEST_F(CommandLineTest, SavedResultsOfManyMachinesAreReadAtOnce) {
   const Answer list = Run({"list", "--from", folder, "--from", m_saved});
   EXPECT_EQ(list.status, 0) << list.err;
   EXPECT_EQ(Lines(list.out).size(), 1 + gpus + 5) << list.out;
-  EXPECT_TRUE(Contains(list.out, folder + "/intel-only  0  gpu:")) << list.out;
-  EXPECT_EQ(json::parse(Run({"list", "--from", folder, "--json"}).out)["gpus"][0]["file"], folder + "/hybrid-laptop");
+  EXPECT_TRUE(Contains(list.out, in_folder + "intel-only     0  gpu:")) << list.out;
+  EXPECT_EQ(json::parse(Run({"list", "--from", folder, "--json"}).out)["gpus"][0]["file"], in_folder + "hybrid-laptop");
   EXPECT_EQ(json::parse(Run({"rematch", folder, m_saved, "--json"}).out)["results"].size(), 4U);
   EXPECT_EQ(Run({"show", "0", "--from", folder}).status, 2);
 
@@ -376,15 +379,16 @@ TEST_F(CommandLineTest, SavedResultsOfManyMachinesAreReadAtOnce) {
   WriteFile(folder + "/damaged", {1, 2, 3});
   const Answer rest = Run({"list", "--from", folder});
   EXPECT_EQ(rest.status, 2);
-  EXPECT_TRUE(Contains(rest.err, "/damaged\" is not a saved result")) << rest.err;
+  EXPECT_TRUE(Contains(rest.err, "damaged\" is not a saved result")) << rest.err;
   EXPECT_EQ(Lines(rest.out).size(), 1 + gpus);
 }
 
 TEST_F(CommandLineTest, MonitorsStandOnTheDesktop) {
   const std::string live = Run({"monitors"}).out;
-  EXPECT_EQ(Lines(live)[1],
-            "DISPLAY1  DELL U2720Q  27.0\" (597 x 336 mm)  3840 x 2160, 60 Hz  DisplayPort  0, 0  0  NVIDIA GeForce "
-            "RTX 3090  main")
+  EXPECT_EQ(
+      Lines(live)[1],
+      "DISPLAY1  DELL U2720Q          27.0\" (597 x 336 mm)  3840 x 2160, 60 Hz   DisplayPort  0, 0        0  NVIDIA "
+      "GeForce RTX 3090  main")
       << live;
   const json monitors = json::parse(RunSaved({"monitors", "--json"}).out)["monitors"];
   ASSERT_EQ(monitors.size(), Lines(live).size() - 1);
@@ -400,7 +404,7 @@ TEST_F(CommandLineTest, FiguresForPrometheusHaveQuotedLabels) {
   machine.dxgi->at(0).description.name = "Intel \"a\\b\"\n";
   Simulation::SetMachine(machine);
   const std::string text = Run({"memory", "--openmetrics"}).out;
-  EXPECT_TRUE(Contains(text, R"(name="Intel Intel \"a\\b\"?"})")) << text;
+  EXPECT_TRUE(Contains(text, R"(name="Intel \"a\\b\""})")) << text;
   EXPECT_EQ(text.substr(text.size() - 6), "# EOF\n");
 }
 
@@ -414,9 +418,8 @@ TEST_F(CommandLineTest, HelpComesInEveryForm) {
   EXPECT_EQ(Run({"help", "list"}).out, of_list);
 
   // What begins with "/" else is a file.
-  const std::string path = TemporaryFile("slash.vexil");
-  ASSERT_EQ(path.front(), '/');
-  EXPECT_EQ(Run({"save", path}).status, 0);
+  const Answer save = Run({"save", "/no/such/folder/file"});
+  EXPECT_EQ(save.err.rfind("vexil: cannot write \"/no/such/folder/file\": ", 0), 0U) << save.err;
 
   struct Misuse {
     std::vector<std::string> arguments;
@@ -435,8 +438,8 @@ TEST_F(CommandLineTest, HelpComesInEveryForm) {
 
   const std::string script = Run({"completion", "powershell"}).out;
   for (const char* part :
-       {"'' = @('list', 'show', ", "'memory' = @('--vendor', ", "'list --type' = @('Unknown', 'Integrated', ",
-        "'env --shell' = @('cmd', 'powershell', 'sh', 'json')"}) {
+       {"'' = @('list', 'show', ", "'memory' = @('--help', '-h', '--vendor', ",
+        "'list --type' = @('Unknown', 'Integrated', ", "'env --shell' = @('cmd', 'powershell', 'sh', 'json')"}) {
     EXPECT_TRUE(Contains(script, part)) << part << " in\n" << script;
   }
 }

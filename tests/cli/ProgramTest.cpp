@@ -4,6 +4,7 @@
 #include <sstream>
 
 #include "cli/CommandLine.h"
+#include "cli/FileName.h"
 
 namespace Vexil::Tests {
 
@@ -26,7 +27,7 @@ std::vector<std::uint8_t> ProgramTest::Detect() {
 }
 
 void ProgramTest::WriteFile(const std::string& path, const std::vector<std::uint8_t>& bytes) {
-  std::ofstream file(path, std::ios::binary);
+  std::ofstream file(Cli::PathOf(path), std::ios::binary);
   file.write(reinterpret_cast<const char*>(bytes.data()), static_cast<std::streamsize>(bytes.size()));
 }
 

@@ -25,15 +25,18 @@ std::optional<Cli::Results> Unpack(std::vector<std::uint8_t> bytes) {
 void RunAllCommands(const Cli::Results& results) {
   std::ostringstream out;
   for (const bool json : {false, true}) {
-    const Cli::Session session = {results, nullptr, json, out, out};
+    const Cli::Sessions sessions = {{"file", results, nullptr, json, false, out, out}};
+    const Cli::Session& session = sessions.front();
     Cli::Report(session);
-    Cli::List(session, {});
-    Cli::Memory(session, {}, {});
+    Cli::List(sessions, {});
+    Cli::Memory(session, {}, {}, {});
+    Cli::Monitors(session);
+    Cli::Topo(session, {});
     Cli::Doctor(session);
-    Cli::Rematch(session);
+    Cli::Rematch(sessions);
     for (const auto& gpu : results.gpus) {
       try {
-        Cli::Show(session, gpu.id);
+        Cli::Show(session, gpu.id, true);
       } catch (const Cli::Error&) {
         // Several have this identifier.
       }

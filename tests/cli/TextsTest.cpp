@@ -5,9 +5,9 @@
 
 #include "Vexil/Results/ResultOutput.h"
 #include "cli/ResultFile.h"
-#include "cli/UTF8.h"
 #include "simulation/Simulation.h"
 #include "tests/cli/ProgramTest.h"
+#include "text/UTF8.h"
 
 namespace Vexil::Tests {
 namespace {
@@ -64,16 +64,16 @@ TEST_F(TextsTest, LettersOfEveryCodePageAreUTF8) {
            // Texts that are UTF-8 already, whatever the machine's code page is.
            {"\u65E5\u672C", 1252, "\u65E5\u672C"},
            // None of its code page's texts, and a code page that there is not.
-           {"\x93\xFA\x80", 932, "\u201C\u00FA\u20AC"},
+           {"\x93\xFA\x93", 932, "\u201C\u00FA\u201C"},
            {"\xE9", 4711, "\u00E9"},
            // Longer than need be, half a pair, beyond Unicode.
            {"\xC0\xAF", 1252, "\u00C0\u00AF"},
            {"\xED\xA0\x80", 1252, "\u00ED\u00A0\u20AC"},
            {"\xF4\x90\x80\x80", 1252, "\u00F4\xC2\x90\u20AC\u20AC"},
        }) {
-    EXPECT_EQ(Cli::AsUTF8(c.bytes, c.code_page), c.utf8) << c.bytes;
+    EXPECT_EQ(AsUTF8(c.bytes, c.code_page), c.utf8) << c.bytes;
   }
-  EXPECT_EQ(Cli::DisplayWidth("\u65E5\u672C e\u0301"), 6U);
+  EXPECT_EQ(DisplayWidth("\u65E5\u672C e\u0301"), 6U);
 }
 
 TEST_F(TextsTest, EveryTextOfAResultIsConverted) {
@@ -129,12 +129,20 @@ TEST_F(TextsTest, AnonymousResultsNameNoMachine) {
     EXPECT_EQ(anonymous.gpus.size(), named.gpus.size());
   }
 
-  Simulation::SetMachine(LoadTestMachine("five-gpus"));
-  const std::string ids = Run({"ids", "--anonymous"}).out + Run({"ids", "0", "--anonymous"}).out;
-  const std::string all = Run({"ids"}).out + Run({"ids", "0"}).out;
-  for (const char* secret : {"GPU-69401105", "serial 1280979521", R"(&REV_A1\)"}) {
-    EXPECT_NE(all.find(secret), std::string::npos) << secret;
-    EXPECT_EQ(ids.find(secret), std::string::npos) << secret;
+  for (const auto& [machine, secret] :
+       {std::pair("five-gpus", "GPU-69401105"), std::pair("five-gpus", "serial 1280979521"),
+        std::pair("hybrid-laptop", R"(\4&)")}) {
+    Simulation::SetMachine(LoadTestMachine(machine));
+    const auto all = [](std::vector<std::string> more) {
+      std::string out;
+      for (std::vector<std::string> arguments : {std::vector<std::string>{"ids"}, {"ids", "0"}, {"show", "1"}}) {
+        arguments.insert(arguments.end(), more.begin(), more.end());
+        out += Run(arguments).out;
+      }
+      return out;
+    };
+    EXPECT_NE(all({}).find(secret), std::string::npos) << secret;
+    EXPECT_EQ(all({"--anonymous"}).find(secret), std::string::npos) << secret;
   }
   EXPECT_EQ(Run({"env", "0", "--anonymous"}).status, 2);
 }

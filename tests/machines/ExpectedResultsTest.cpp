@@ -10,6 +10,7 @@
 #include "Vexil/Version.h"
 #include "cli/Commands.h"
 #include "tests/support/MachineTest.h"
+#include "text/CodePage.h"
 
 namespace Vexil::Tests {
 namespace {
@@ -78,11 +79,12 @@ TEST_P(ExpectedResults, OnMachine) {
   PackResult(run->ToResult(), buffer);
   std::ostringstream json;
   std::ostringstream errors;
-  Cli::Report({Cli::UnpackOwnResults(buffer), run, true, json, errors});
+  const auto results = Cli::Adapt(Cli::UnpackOwnResults(buffer), kWestern, false);
+  Cli::Report({{}, results, run, true, false, json, errors});
   Compare(GetParam() + ".json", Print(Json::parse(json.str())) + "\n");
 
   std::ostringstream ids;
-  Cli::Ids({Cli::UnpackOwnResults(buffer), run, false, ids, errors}, {});
+  Cli::Ids({{}, results, run, false, false, ids, errors}, {});
   Compare(GetParam() + ".ids.txt", OnlyASCII(ids.str()));
 }
 

@@ -1,32 +1,33 @@
-#include "cli/UTF8.h"
+#include "text/UTF8.h"
 
 #include <algorithm>
 #include <array>
 
-#include "cli/platform/CodePage.h"
+#include "text/CodePage.h"
 
-namespace Vexil::Cli {
+namespace Vexil {
 namespace {
 
-unsigned ByteAt(std::string_view text, std::size_t i) {
-  return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U;
+/// By its first byte; 0 where no character begins with that.
+std::size_t Length(unsigned first) {
+  if (first < 0x80) return 1;
+  if (first < 0xC2 || first > 0xF4) return 0;
+  return first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+}
+
+/// Neither a surrogate, nor beyond the last one, nor shorter in fewer bytes.
+bool IsSound(char32_t code, std::size_t length) {
+  if (length == 3) return code >= 0x800 && (code < 0xD800 || code > 0xDFFF);
+  return length < 3 || (code >= 0x10000 && code <= 0x10FFFF);
 }
 
 bool IsUTF8(std::string_view text) {
   while (!text.empty()) {
-    const std::size_t length = CharacterLength(text);
-    if (length == 0) return false;
-    text.remove_prefix(length);
+    const Character character = FirstCharacter(text);
+    if (!character.code) return false;
+    text.remove_prefix(character.bytes.size());
   }
   return true;
-}
-
-/// The number of a character that is sound.
-char32_t CodePoint(std::string_view character) {
-  constexpr std::array<unsigned, 5> kFirstBits = {0, 0x7F, 0x1F, 0x0F, 0x07};
-  char32_t code = ByteAt(character, 0) & kFirstBits[character.size()];
-  for (std::size_t i = 1; i < character.size(); ++i) code = code << 6 | (ByteAt(character, i) & 0x3FU);
-  return code;
 }
 
 struct Range {
@@ -67,7 +68,7 @@ std::string FromWindows1252(std::string_view text) {
                                                 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
   std::string utf8;
   for (std::size_t i = 0; i < text.size(); ++i) {
-    const unsigned byte = ByteAt(text, i);
+    const unsigned byte = static_cast<unsigned char>(text[i]);
     Append(utf8, byte >= 0x80 && byte < 0xA0 ? kFrom80[byte - 0x80] : static_cast<char32_t>(byte));
   }
   return utf8;
@@ -75,28 +76,25 @@ std::string FromWindows1252(std::string_view text) {
 
 }  // namespace
 
-std::size_t CharacterLength(std::string_view text) {
-  const unsigned first = ByteAt(text, 0);
-  if (first < 0x80) return 1;
-  if (first < 0xC2 || first > 0xF4) return 0;
-  const std::size_t length = first < 0xE0 ? 2 : first < 0xF0 ? 3 : 4;
+Character FirstCharacter(std::string_view text) {
+  const auto byte = [&](std::size_t i) { return i < text.size() ? static_cast<unsigned char>(text[i]) : 0U; };
+  const std::size_t length = Length(byte(0));
+  char32_t code = length < 2 ? byte(0) : byte(0) & (0x7FU >> length);
   for (std::size_t i = 1; i < length; ++i) {
-    if ((ByteAt(text, i) & 0xC0U) != 0x80) return 0;
+    if ((byte(i) & 0xC0U) != 0x80) return {text.substr(0, 1), {}};
+    code = (code << 6U) | (byte(i) & 0x3FU);
   }
-  // Longer than need be, halves of UTF-16 pairs, and what is beyond Unicode.
-  const char32_t code = CodePoint(text.substr(0, length));
-  const bool is_sound = length == 2 || (length == 3 && code >= 0x800 && (code < 0xD800 || code > 0xDFFF)) ||
-                        (length == 4 && code >= 0x10000 && code <= 0x10FFFF);
-  return is_sound ? length : 0;
+  if (length == 0 || !IsSound(code, length)) return {text.substr(0, 1), {}};
+  return {text.substr(0, length), code};
 }
 
 std::size_t DisplayWidth(std::string_view text) {
   std::size_t width = 0;
   while (!text.empty()) {
-    const std::string_view character = text.substr(0, std::max<std::size_t>(CharacterLength(text), 1));
-    const char32_t code = CodePoint(character);
+    const Character character = FirstCharacter(text);
+    const char32_t code = character.code.value_or(0);
     width += IsIn(kWide, code) ? 2U : IsIn(kCombining, code) ? 0U : 1U;
-    text.remove_prefix(character.size());
+    text.remove_prefix(character.bytes.size());
   }
   return width;
 }
@@ -107,4 +105,4 @@ std::string AsUTF8(const std::string& text, unsigned code_page) {
   return converted && IsUTF8(*converted) ? *converted : FromWindows1252(text);
 }
 
-}  // namespace Vexil::Cli
+}  // namespace Vexil

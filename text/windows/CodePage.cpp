@@ -1,8 +1,8 @@
-#include "cli/platform/CodePage.h"
+#include "text/CodePage.h"
 
 #include <windows.h>
 
-namespace Vexil::Cli {
+namespace Vexil {
 
 unsigned SystemCodePage() { return GetACP(); }
 
@@ -19,4 +19,4 @@ std::optional<std::string> ToUTF8(const std::string& text, unsigned code_page) {
   return utf8;
 }
 
-}  // namespace Vexil::Cli
+}  // namespace Vexil

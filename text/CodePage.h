@@ -3,7 +3,7 @@
 #include <optional>
 #include <string>
 
-namespace Vexil::Cli {
+namespace Vexil {
 
 inline constexpr unsigned kUTF8CodePage = 65001;
 inline constexpr unsigned kWestern = 1252;
@@ -15,4 +15,4 @@ unsigned SystemCodePage();
 /// code page.
 std::optional<std::string> ToUTF8(const std::string& text, unsigned code_page);
 
-}  // namespace Vexil::Cli
+}  // namespace Vexil

@@ -1,13 +1,19 @@
 #pragma once
 
 #include <cstddef>
+#include <optional>
 #include <string>
 #include <string_view>
 
-namespace Vexil::Cli {
+namespace Vexil {
 
-/// How many bytes at the start of a text are one UTF-8 character; 0 where they are none.
-std::size_t CharacterLength(std::string_view text);
+struct Character {
+  std::string_view bytes;
+  std::optional<char32_t> code;  ///< Nothing for a byte that is no UTF-8.
+};
+
+/// The character at the start of a text, which is not empty.
+Character FirstCharacter(std::string_view text);
 
 /// How many columns of a terminal the text takes. East Asian letters take two.
 std::size_t DisplayWidth(std::string_view text);
@@ -16,4 +22,4 @@ std::size_t DisplayWidth(std::string_view text);
 /// Windows-1252, which has a letter for every byte.
 std::string AsUTF8(const std::string& text, unsigned code_page);
 
-}  // namespace Vexil::Cli
+}  // namespace Vexil

@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "cli/Session.h"
+#include "cli/TextTable.h"
 
 namespace Vexil::Cli {
 
@@ -27,8 +28,10 @@ struct MonitorRow {
   std::optional<int> y;
 };
 
-/// The monitors that the window system has a way to and, where it tells of none, those of the results.
+/// The monitors that the window system has a way to, then others of the results.
 std::vector<MonitorRow> FindMonitors(const Session& session);
+
+TextTable MonitorTable(const Session& session, const std::vector<MonitorRow>& monitors);
 
 /// "DISPLAY1"
 std::string OutputText(const MonitorRow& monitor);

@@ -1,8 +1,8 @@
-#include "cli/platform/CodePage.h"
+#include "text/CodePage.h"
 
 #include <iconv.h>
 
-namespace Vexil::Cli {
+namespace Vexil {
 
 unsigned SystemCodePage() { return kUTF8CodePage; }
 
@@ -25,4 +25,4 @@ std::optional<std::string> ToUTF8(const std::string& text, unsigned code_page) {
   return to;
 }
 
-}  // namespace Vexil::Cli
+}  // namespace Vexil
