@@ -5,8 +5,6 @@
 #include "cli/ResultJson.h"
 
 namespace Vexil::Cli {
-namespace {}  // namespace
-
 int Report(const Session& session) {
   const Results& results = session.results;
   if (session.json) {
