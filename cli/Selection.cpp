@@ -98,7 +98,7 @@ bool HasDisplay(const std::shared_ptr<Record>& record, std::vector<std::string> 
 
 Chosen ByDisplay(const Session& session, const std::string& text) {
   const std::string wanted = text.rfind(R"(\\.\)", 0) == 0 ? text : R"(\\.\)" + text;
-  const auto windows = ThoseThat(session, [&](const MatchedGPUT& m) {
+  auto windows = ThoseThat(session, [&](const MatchedGPUT& m) {
     return HasDisplay(m.directx, &FlatBuffers::DirectXGPUT::output_names, wanted) ||
            HasDisplay(m.win32, &FlatBuffers::EnumDisplayDevicesGPUT::device_names, wanted);
   });

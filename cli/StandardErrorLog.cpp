@@ -36,7 +36,7 @@ void WriteLog(LogLevel level, const std::string& text, const LogSite& /*site*/) 
       fmt::format("{:%H:%M:%S},{:03} | {:<5} | {:<18} | {}\n", fmt::localtime(system_clock::to_time_t(now)), fraction,
                   Name(level), "Vexil", text);
   // A standard error that nobody reads any more is no reason to stop.
-  std::fputs(line.c_str(), stderr);
+  static_cast<void>(std::fputs(line.c_str(), stderr));
 }
 
 std::uint64_t LostLogLines() { return 0; }

@@ -58,6 +58,7 @@ ChildResult ReadResult(const ProcessEnd& end) {
 std::vector<ChildResult> RunChildren(const std::vector<std::string>& names, ChildWork work,
                                      std::chrono::milliseconds limit) {
   std::vector<std::vector<std::string>> arguments;
+  arguments.reserve(names.size());
   for (const std::string& name : names) arguments.push_back({std::string(kChildArgument), name});
   const auto in_this_process = [work](const std::vector<std::string>& of_child) {
     return AnswerLine(of_child.back(), work);

@@ -1,5 +1,6 @@
 #include <fmt/format.h>
 
+#include <algorithm>
 #include <cstring>
 
 #include "simulation/SimulatedLibraries.h"
@@ -72,7 +73,7 @@ int hipDeviceGetUuid(char* uuid, int device) {
   const HIPDevice* found = nullptr;
   if (const int refusal = Refusal("hipDeviceGetUuid", device - kFirstDevice, found)) return refusal;
   if (!found->uuid) return kInvalidValue;
-  std::memcpy(uuid, found->uuid->data(), std::min<std::size_t>(found->uuid->size(), 16));
+  std::copy_n(found->uuid->begin(), std::min<std::size_t>(found->uuid->size(), 16), uuid);
   return kSuccess;
 }
 

@@ -25,8 +25,8 @@ std::optional<std::vector<std::uint64_t>> GetAdaptersByPerformance() {
   }
   if (CallFails("EnumAdapterByGpuPreference") || ranked.empty()) return std::nullopt;
   std::sort(ranked.begin(), ranked.end());
-  std::vector<std::uint64_t> luids;
-  for (const auto& [rank, luid] : ranked) luids.push_back(luid);
+  std::vector<std::uint64_t> luids(ranked.size());
+  std::transform(ranked.begin(), ranked.end(), luids.begin(), [](const auto& adapter) { return adapter.second; });
   return luids;
 }
 
@@ -70,7 +70,7 @@ ProcessEnd RunProgram(const std::vector<std::string>& command_line) {
   // It tells what it was started with.
   ProcessEnd end = {ProcessEnd::Ended, 7, {}};
   for (const std::string& argument : command_line) end.output += argument + "\n";
-  for (const auto& [name, value] : TheMachine().environment) end.output += name + "=" + value + "\n";
+  for (const auto& [name, value] : TheMachine().environment) end.output.append(name).append("=").append(value) += '\n';
   return end;
 }
 

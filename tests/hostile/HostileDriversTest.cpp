@@ -21,7 +21,6 @@ namespace {
 using FlatBuffers::MatchedGPUT;
 using FlatBuffers::MonitorT;
 using FlatBuffers::Vendor;
-using Simulation::Observed;
 
 /// A number from the environment.
 std::uint64_t Setting(const char* name, std::uint64_t otherwise) {

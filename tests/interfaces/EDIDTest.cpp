@@ -8,7 +8,6 @@
 namespace Vexil::Tests {
 namespace {
 
-using Interfaces::EDID;
 using Interfaces::ParseEDID;
 
 using Bytes = std::vector<unsigned char>;

@@ -3,6 +3,7 @@
 #include <algorithm>
 #include <filesystem>
 #include <regex>
+#include <utility>
 
 #include "Vexil/NVIDIA/NvAPILoader.h"
 
@@ -43,11 +44,11 @@ void EndProcess() {
   const Simulation::Observations& seen = Simulation::Observed();
   EXPECT_EQ(seen.misuses, std::vector<std::string>());
   // The library keeps NVAPI up for live memory, and where it cannot be shut down.
-  const Simulation::Machine machine = Simulation::TheMachine();
+  Simulation::Machine machine = Simulation::TheMachine();
   const bool cannot_stop = NvAPI_Unload() == NVAPI_NO_IMPLEMENTATION;
   if (cannot_stop) Simulation::SetMachine(LoadTestMachine("five-gpus"));
   while (NvAPI_Unload() != NVAPI_API_NOT_INITIALIZED) continue;
-  if (cannot_stop) Simulation::SetMachine(machine);
+  if (cannot_stop) Simulation::SetMachine(std::move(machine));
   for (const auto& [library, open] : seen.open) EXPECT_EQ(open, 0) << library;
   for (const auto& [library, up] : seen.up) EXPECT_EQ(up, 0) << library;
   EXPECT_EQ(seen.misuses, std::vector<std::string>());
