@@ -29,6 +29,7 @@ std::size_t Distance(const std::string& a, const std::string& b) {
 /// "'list', 'show'"
 std::string Quoted(const std::vector<std::string>& texts) {
   std::vector<std::string> quoted;
+  quoted.reserve(texts.size());
   for (const std::string& text : texts) quoted.push_back("'" + ReplaceAllNoCase(text, "'", "''") + "'");
   return Join(quoted, ", ");
 }

@@ -6,9 +6,7 @@
 namespace Vexil::Cli {
 
 /// The file with this name, which is UTF-8 as all texts of the program are.
-inline std::filesystem::path PathOf(const std::string& name) {
-  return std::filesystem::path(std::u8string(name.begin(), name.end()));
-}
+inline std::filesystem::path PathOf(const std::string& name) { return {std::u8string(name.begin(), name.end())}; }
 
 /// The name of a file.
 inline std::string NameOf(const std::filesystem::path& path) {

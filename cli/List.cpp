@@ -14,8 +14,6 @@ using FlatBuffers::MatchedGPUT;
 
 namespace {
 
-const std::vector<std::string> kTitles = {"#", "Identifier", "Name", "Type", "VRAM", "PCI place", "Reached by", ""};
-
 std::vector<std::string> Row(std::size_t number, const MatchedGPUT& matched) {
   const GPUT& gpu = *matched.gpu;
   std::vector<std::string> apis;
@@ -44,7 +42,7 @@ int List(const Sessions& sessions, const Filter& filter) {
   const bool has_files = sessions.size() > 1;
   Json gpus = Json::array();
   TextTable table;
-  std::vector<std::string> titles = kTitles;
+  std::vector<std::string> titles = {"#", "Identifier", "Name", "Type", "VRAM", "PCI place", "Reached by", ""};
   if (has_files) titles.insert(titles.begin(), "File");
   table.Add(titles);
   for (const Session& session : sessions) {

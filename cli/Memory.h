@@ -16,8 +16,8 @@ struct MemoryUse {
 };
 
 struct GPUReading {
-  std::size_t number;  ///< In the list of GPUs.
-  const FlatBuffers::MatchedGPUT* matched;
+  std::size_t number = 0;  ///< In the list of GPUs.
+  const FlatBuffers::MatchedGPUT* matched = nullptr;
   std::optional<MemoryUse> use;
 };
 

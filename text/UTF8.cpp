@@ -67,8 +67,8 @@ std::string FromWindows1252(std::string_view text) {
                                                 0x90,   0x2018, 0x2019, 0x201C, 0x201D, 0x2022, 0x2013, 0x2014,
                                                 0x02DC, 0x2122, 0x0161, 0x203A, 0x0153, 0x9D,   0x017E, 0x0178};
   std::string utf8;
-  for (std::size_t i = 0; i < text.size(); ++i) {
-    const unsigned byte = static_cast<unsigned char>(text[i]);
+  for (const char c : text) {
+    const unsigned byte = static_cast<unsigned char>(c);
     Append(utf8, byte >= 0x80 && byte < 0xA0 ? kFrom80[byte - 0x80] : static_cast<char32_t>(byte));
   }
   return utf8;

@@ -9,7 +9,7 @@ unsigned SystemCodePage() { return kUTF8CodePage; }
 std::optional<std::string> ToUTF8(const std::string& text, unsigned code_page) {
   // Not every code page has its name behind "CP" alone.
   const std::string name = code_page == kUTF8CodePage ? "UTF-8" : "CP" + std::to_string(code_page);
-  const iconv_t conversion = iconv_open("UTF-8", name.c_str());
+  iconv_t conversion = iconv_open("UTF-8", name.c_str());
   if (conversion == reinterpret_cast<iconv_t>(-1)) return std::nullopt;
   std::string from = text;
   // No code page has letters of more than four bytes in UTF-8.
