@@ -37,12 +37,21 @@ void Anonymize(Device& device) {
 }
 
 void Anonymize(Numbers& numbers) {
+  for (std::string& text : numbers.joined.contradictions) {
+    for (const Told& told : numbers.told) {
+      for (const Device& device : told.findings.devices) {
+        if (!device.uuid.empty()) text = ReplaceAllNoCase(text, device.uuid, "left out");
+      }
+    }
+  }
   for (auto& of_gpu : numbers.joined.gpus) {
     for (Known& known : of_gpu) Anonymize(known.device);
   }
   for (auto& other : numbers.joined.others) Anonymize(other.device);
   for (Told& told : numbers.told) {
     for (Device& device : told.findings.devices) Anonymize(device);
+    // Their values may be UUIDs.
+    for (std::string& variable : told.findings.cleared) variable.erase(variable.find('='));
   }
 }
 

@@ -132,7 +132,9 @@ TEST_F(TextsTest, AnonymousResultsNameNoMachine) {
   for (const auto& [machine, secret] :
        {std::pair("five-gpus", "GPU-69401105"), std::pair("five-gpus", "serial 1280979521"),
         std::pair("hybrid-laptop", R"(\4&)")}) {
-    Simulation::SetMachine(LoadTestMachine(machine));
+    Simulation::Machine named = LoadTestMachine(machine);
+    named.environment = {{"CUDA_VISIBLE_DEVICES", "GPU-69401105"}};
+    Simulation::SetMachine(named);
     const auto all = [](std::vector<std::string> more) {
       std::string out;
       for (std::vector<std::string> arguments : {std::vector<std::string>{"ids"}, {"ids", "0"}, {"show", "1"}}) {

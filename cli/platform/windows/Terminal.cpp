@@ -8,19 +8,12 @@
 #include <cstdlib>
 #include <memory>
 
+#include "text/windows/Wide.h"
+
 namespace Vexil::Cli {
 namespace {
 
 UINT former_code_page = 0;
-
-std::string Narrow(const wchar_t* text) {
-  const int bytes = WideCharToMultiByte(CP_UTF8, 0, text, -1, nullptr, 0, nullptr, nullptr);
-  if (bytes <= 1) return {};
-  std::string utf8(static_cast<std::size_t>(bytes), '\0');
-  WideCharToMultiByte(CP_UTF8, 0, text, -1, utf8.data(), bytes, nullptr, nullptr);
-  utf8.pop_back();
-  return utf8;
-}
 
 }  // namespace
 
@@ -29,7 +22,7 @@ std::vector<std::string> Arguments(int argc, const char* const* argv) {
   const std::unique_ptr<LPWSTR[], decltype(&LocalFree)> wide(CommandLineToArgvW(GetCommandLineW(), &count), LocalFree);
   if (wide == nullptr) return {argv, argv + argc};
   std::vector<std::string> arguments;
-  for (int i = 0; i < count; ++i) arguments.push_back(Narrow(wide[static_cast<std::size_t>(i)]));
+  for (int i = 0; i < count; ++i) arguments.push_back(ToUTF8(wide[static_cast<std::size_t>(i)]));
   return arguments;
 }
 
