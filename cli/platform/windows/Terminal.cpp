@@ -22,6 +22,7 @@ std::vector<std::string> Arguments(int argc, const char* const* argv) {
   const std::unique_ptr<LPWSTR[], decltype(&LocalFree)> wide(CommandLineToArgvW(GetCommandLineW(), &count), LocalFree);
   if (wide == nullptr) return {argv, argv + argc};
   std::vector<std::string> arguments;
+  arguments.reserve(static_cast<std::size_t>(count));
   for (int i = 0; i < count; ++i) arguments.push_back(ToUTF8(wide[static_cast<std::size_t>(i)]));
   return arguments;
 }
@@ -29,7 +30,7 @@ std::vector<std::string> Arguments(int argc, const char* const* argv) {
 void UseUTF8Console() {
   former_code_page = GetConsoleOutputCP();
   if (former_code_page == 0 || SetConsoleOutputCP(CP_UTF8) == FALSE) return;
-  std::atexit(RestoreConsole);
+  if (std::atexit(RestoreConsole) != 0) RestoreConsole();
 }
 
 void RestoreConsole() {
