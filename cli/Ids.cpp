@@ -8,8 +8,6 @@
 namespace Vexil::Cli {
 
 using FlatBuffers::MatchedGPUT;
-using Interfaces::Known;
-using Interfaces::State;
 using Interfaces::Told;
 
 namespace {

@@ -23,7 +23,7 @@ void* __memset_chk(void* to, int byte, std::size_t size, std::size_t room);
 namespace {
 
 /// Another value in every process, from what an attacker outside of it does not know.
-std::uintptr_t MakeGuard() {
+std::uintptr_t MakeGuard() noexcept {
   LARGE_INTEGER counter = {};
   QueryPerformanceCounter(&counter);
   FILETIME time = {};

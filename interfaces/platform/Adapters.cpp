@@ -7,7 +7,7 @@
 #include <setupapi.h>
 #include <wrl/client.h>
 
-#include <cstdio>
+#include <fmt/format.h>
 
 #include "Vexil/Common/Limits.h"
 #include "Vexil/Common/Text.h"
@@ -82,9 +82,7 @@ class Nodes {
 std::string DateText(const FILETIME& time) {
   SYSTEMTIME date = {};
   if (FileTimeToSystemTime(&time, &date) == FALSE) return {};
-  char text[16] = {};
-  std::snprintf(text, sizeof(text), "%04u-%02u-%02u", unsigned{date.wYear}, unsigned{date.wMonth}, unsigned{date.wDay});
-  return text;
+  return fmt::format("{:04}-{:02}-{:02}", date.wYear, date.wMonth, date.wDay);
 }
 
 }  // namespace

@@ -142,6 +142,7 @@ std::vector<ProcessEnd> RunThisProgram(
                                    &inheritable, OPEN_EXISTING, 0, nullptr));
   const auto deadline = Clock::now() + limit;
   std::vector<std::unique_ptr<Child>> children;
+  children.reserve(arguments.size());
   for (const auto& of_child : arguments) {
     children.push_back(std::make_unique<Child>(of_child, job.get(), nothing.get()));
   }

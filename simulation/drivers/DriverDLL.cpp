@@ -7,8 +7,8 @@
 #include <dxgi.h>
 
 #include <cstddef>
-#include <cstdio>
 #include <exception>
+#include <iostream>
 
 #include "simulation/LoadMachine.h"
 #include "simulation/SimulatedLibraries.h"
@@ -50,7 +50,7 @@ void Publish(HINSTANCE image, const SimulatedLibrary& library) {
   DWORD count = 0;
   for (const auto& [name, function] : library.exports) {
     if (library.installed()->missing.contains(name) || count == kMostExports) continue;
-    std::snprintf(exports.texts[count], kLongestName, "%s", name.c_str());
+    name.copy(exports.texts[count], kLongestName - 1);
     exports.functions[count] = DistanceFrom(image, reinterpret_cast<const void*>(function));
     exports.names[count] = DistanceFrom(image, exports.texts[count]);
     exports.ordinals[count] = static_cast<WORD>(count);
@@ -80,7 +80,7 @@ bool Load(HINSTANCE image) {
   try {
     SetMachine(LoadMachine(path));
   } catch (const std::exception& error) {
-    std::fprintf(stderr, "%s: %s\n", library.file_name, error.what());
+    std::cerr << library.file_name << ": " << error.what() << '\n';
     return false;
   }
   if (library.installed() == nullptr) return false;
@@ -92,6 +92,6 @@ bool Load(HINSTANCE image) {
 }  // namespace
 }  // namespace Vexil::Simulation
 
-BOOL WINAPI DllMain(HINSTANCE image, DWORD reason, LPVOID) {
-  return reason != DLL_PROCESS_ATTACH || Vexil::Simulation::Load(image);
+BOOL WINAPI DllMain(HINSTANCE image, DWORD reason, LPVOID /*reserved*/) {
+  return reason != DLL_PROCESS_ATTACH || Vexil::Simulation::Load(image) ? TRUE : FALSE;
 }
