@@ -1,5 +1,3 @@
-#include <chrono>
-
 #include "Vexil/Common/Log.h"
 #include "Vexil/DetectGPUWindows/MainDisplayChoice.h"
 #include "Vexil/DetectGPUWindows/Matching.h"
@@ -7,40 +5,14 @@
 #include "Vexil/DetectorImpl.h"
 #include "Vexil/Platform/RunScope.h"
 #include "Vexil/Report/LogReport.h"
+#include "Vexil/Sources/AskSource.h"
 #include "Vexil/SystemInfo/WindowsSystemInfo.h"
 #include "Vexil/Version.h"
 
 namespace Vexil {
 
-using FlatBuffers::DetectorsOutputT;
 using FlatBuffers::MatchedGPUT;
 using FlatBuffers::MonitorT;
-
-namespace {
-
-class Stopwatch {
- public:
-  std::chrono::nanoseconds Elapsed() const { return Clock::now() - m_start; }
-  std::int64_t Milliseconds() const { return std::chrono::duration_cast<std::chrono::milliseconds>(Elapsed()).count(); }
-
- private:
-  using Clock = std::chrono::steady_clock;
-  Clock::time_point m_start = Clock::now();
-};
-
-/// Stores a source's records, each in an object of its own that matching can share.
-template <typename Record>
-Account AskSource(const Source<Record>& source, DetectorsOutputT& output) {
-  const Stopwatch stopwatch;
-  Answer<Record> answer = source.ask();
-  auto& list = output.*source.list;
-  for (Record& record : answer.records) list.push_back(std::make_shared<Record>(std::move(record)));
-  LOG_DEBUG("  - {}: {} detected in {} ms.", source.log_name, list.size(), stopwatch.Milliseconds());
-  answer.account.duration = stopwatch.Elapsed();
-  return std::move(answer.account);
-}
-
-}  // namespace
 
 bool Detector::Impl::Detect() {
   const LogSilencer silencer(options.Silent);
@@ -52,6 +24,14 @@ bool Detector::Impl::Detect() {
   AskSources();
 
   std::vector<MatchedGPUT> matched;
+  if (!MatchRecords(matched)) return false;
+
+  LOG_INFO("Done in {} ms.", run_stopwatch.Milliseconds());
+  LogReport({system, matched, gpus, monitors, true});
+  return true;
+}
+
+bool Detector::Impl::MatchRecords(std::vector<MatchedGPUT>& matched) {
   std::vector<MonitorT> matched_monitors;
   const Stopwatch matching_stopwatch;
   DetectWindowsGPUs(detectors_output, matched, matched_monitors);
@@ -70,9 +50,6 @@ bool Detector::Impl::Detect() {
   }
   NameMonitors(matched_monitors);
   monitors = std::move(matched_monitors);
-
-  LOG_INFO("Done in {} ms.", run_stopwatch.Milliseconds());
-  LogReport({system, matched, gpus, monitors, true});
   return true;
 }
 
@@ -89,6 +66,7 @@ void Detector::Impl::Clear() {
 }
 
 void Detector::Impl::AskSources() {
+  NoteSource(kSystemInformation);
   const Stopwatch stopwatch;
   system = GetWindowsSystemInfo(account.system);
   LOG_DEBUG("  - System Info: {} ms.", stopwatch.Milliseconds());
@@ -96,6 +74,7 @@ void Detector::Impl::AskSources() {
 
   std::size_t place = 0;
   ForEachSource([&](const auto& source) { account.sources.at(place++) = AskSource(source, detectors_output); });
+  NoteSource(nullptr);
 }
 
 }  // namespace Vexil

@@ -17,6 +17,9 @@ namespace Vexil {
 
 enum class DetectionState : std::int32_t { NotRun = 0, Succeeded = 1, Failed = 2 };
 
+/// What is asked before the sources, by the name that the progress has for it: the drivers' versions are part of it.
+inline constexpr const char* kSystemInformation = "system information";
+
 /// What happened in a run.
 struct RunAccount {
   Account system;
@@ -46,6 +49,10 @@ class Detector::Impl {
 
   /// Runs a detection and replaces all results. True when a GPU was found.
   bool Detect();
+
+  /// The part of a run that asks nobody: decides which of the sources' records are one GPU, and stores the results.
+  /// Lists all GPUs, also those whose identifier another has. True when there is one.
+  bool MatchRecords(std::vector<FlatBuffers::MatchedGPUT>& matched);
 
   /// Runs the detection unless one has run. True when it found a GPU.
   bool EnsureResults();

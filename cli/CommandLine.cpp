@@ -17,7 +17,9 @@
 #include "cli/ExitStatus.h"
 #include "cli/FileName.h"
 #include "cli/Printing.h"
+#include "cli/Waiting.h"
 #include "cli/platform/Terminal.h"
+#include "interfaces/platform/Crash.h"
 #include "text/CodePage.h"
 
 namespace Vexil::Cli {
@@ -40,6 +42,7 @@ struct Request {
   bool raw = false;
   MemoryOptions memory;
   Pictures pictures;
+  bool is_apart = false;  ///< Each source is to be asked in a process of its own.
 };
 
 /// A schema enumeration's names, which end with a null.
@@ -180,7 +183,9 @@ void AddCommands(CLI::App& app, Request& request, Command& chosen) {
   rematch->add_option("FILE", request.from, "The saved results, or folders of them")->required();
   rematch->excludes(app.get_option("--from"));
 
-  add("doctor", "The status of each source, and what could not be matched", [](const Session& s) { return Doctor(s); });
+  add("doctor", "Why something is not found: what each source answers, and what keeps others from it",
+      [](const Session& s) { return Doctor(s); })
+      ->parse_complete_callback([&request] { request.is_apart = true; });
 }
 
 /// The files that were named, and those in the folders that were.
@@ -212,17 +217,22 @@ Session OpenSaved(const Request& request, const std::string& file, std::ostream&
 
 /// What a run packs is read as a saved result is, so that both go the same way from here.
 Session OpenThisMachine(const Request& request, std::ostream& out, std::ostream& err) {
-  const auto run = std::make_shared<Detector::Impl>();
-  run->Detect();
+  const WaitingLine waiting(err);
+  std::optional<DetectionApart> apart;
+  if (request.is_apart) apart = DetectApart();
+  const auto run = apart ? apart->run : std::make_shared<Detector::Impl>();
+  if (!apart) run->Detect();
   std::vector<std::uint8_t> buffer;
   PackResult(run->ToResult(), buffer);
   Results results = Adapt(UnpackOwnResults(std::move(buffer)), SystemCodePage(), request.anonymous);
-  return {{}, std::move(results), run, request.json, request.anonymous, out, err};
+  return {{}, std::move(results), run, request.json, request.anonymous, out, err, {}, std::move(apart)};
 }
 
 int Execute(const Request& request, const Command& command, std::ostream& out, std::ostream& err) {
   SetUpLogging();
   const LogSilencer silencer(!request.verbose);
+  FollowProgress();
+  Interfaces::ExplainCrashes(WriteCrashMessage, kCannot);
   Sessions sessions;
   bool has_all = true;
   if (request.from.empty()) {

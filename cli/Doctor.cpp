@@ -4,15 +4,20 @@
 
 #include "Vexil/Common/PCILocation.h"
 #include "Vexil/Common/Text.h"
+#include "cli/AccountJson.h"
 #include "cli/Commands.h"
 #include "cli/Diagnosis.h"
 #include "cli/ExitStatus.h"
 #include "cli/Printing.h"
 #include "cli/Rematching.h"
+#include "interfaces/Interfaces.h"
+#include "interfaces/platform/Environment.h"
+#include "interfaces/platform/RemoteSession.h"
 
 namespace Vexil::Cli {
 
 using FlatBuffers::MatchedGPUT;
+using Interfaces::ChildFault;
 
 namespace {
 
@@ -21,8 +26,13 @@ struct MachineDiagnosis {
   std::vector<std::string> shared_identifiers;
   std::size_t gpus_that_share = 0;
   std::vector<Diagnosis> sources;
-  Account system;
+  /// Null where the results are saved ones.
+  const DetectionApart* apart = nullptr;
   std::vector<std::string> main_display_remarks;
+  std::vector<std::string> losses;
+  std::vector<std::string> hiding_variables;
+  std::optional<bool> is_remote_session;
+  bool has_citrix_display = false;
 };
 
 MachineDiagnosis Diagnose(const Session& session) {
@@ -36,15 +46,22 @@ MachineDiagnosis Diagnose(const Session& session) {
   matched.insert(matched.end(), session.results.matched.begin(), session.results.matched.end());
   diagnosis.gpus = matched.size();
   diagnosis.sources = DiagnoseSources(session, matched);
-  if (session.run != nullptr) {
-    diagnosis.system = session.run->account.system;
-    diagnosis.main_display_remarks = session.run->account.main_display_remarks;
+  diagnosis.losses = FindLosses(diagnosis.sources, diagnosis.gpus);
+  diagnosis.has_citrix_display = session.results.records.system->citrix_indirect_display;
+  if (!session.apart) return diagnosis;
+  diagnosis.apart = &*session.apart;
+  diagnosis.main_display_remarks = session.apart->run->account.main_display_remarks;
+  diagnosis.is_remote_session = Interfaces::IsRemoteSession();
+  for (const char* name : Interfaces::HidingVariables()) {
+    if (const auto value = Interfaces::GetVariable(name)) {
+      diagnosis.hiding_variables.push_back(std::string(name) + "=" + *value);
+    }
   }
   return diagnosis;
 }
 
-std::int64_t Milliseconds(const Account& account) {
-  return std::chrono::duration_cast<std::chrono::milliseconds>(account.duration).count();
+bool HasAnswered(const Diagnosis& diagnosis) {
+  return diagnosis.account != nullptr && diagnosis.fault->kind == ChildFault::None;
 }
 
 /// The calls whose failure is no part of the source's state.
@@ -67,13 +84,21 @@ void PrintDetails(std::ostream& out, const Account& account) {
 
 void PrintSource(std::ostream& out, const Diagnosis& diagnosis) {
   std::string answer = StateText(diagnosis);
-  const Account* account = diagnosis.account;
-  const bool was_asked = account == nullptr || account->state != SourceState::LibraryMissing;
-  if (was_asked) answer += ", " + Counted(diagnosis.records, "record");
-  if (account != nullptr) answer += fmt::format(", {} ms", Milliseconds(*account));
+  const bool is_saved = diagnosis.account == nullptr;
+  const bool has_answered = HasAnswered(diagnosis);
+  if (is_saved || (has_answered && diagnosis.account->state != SourceState::LibraryMissing)) {
+    answer += ", " + Counted(diagnosis.records, "record");
+  }
+  if (has_answered) {
+    using std::chrono::milliseconds;
+    answer += fmt::format(", {} ms", std::chrono::duration_cast<milliseconds>(diagnosis.account->duration).count());
+  }
   const char* library = diagnosis.library != nullptr ? diagnosis.library : "";
   PrintLine(out, fmt::format("{:<8}  {:<12}  {}", diagnosis.source, library, answer));
-  if (account != nullptr) PrintDetails(out, *account);
+  if (const auto& file = diagnosis.file) {
+    PrintLine(out, "    " + file->path + (file->version.empty() ? "" : ", version " + file->version));
+  }
+  if (!is_saved) PrintDetails(out, *diagnosis.account);
 }
 
 std::string RecordName(const Json& record) {
@@ -88,14 +113,38 @@ void PrintSection(std::ostream& out, const char* title) {
   PrintLine(out, title);
 }
 
+void PrintSection(std::ostream& out, const char* title, const std::vector<std::string>& lines) {
+  if (lines.empty()) return;
+  PrintSection(out, title);
+  for (const std::string& line : lines) PrintLine(out, "    " + line);
+}
+
+void PrintSystem(std::ostream& out, const DetectionApart& apart) {
+  const Account& account = apart.run->account.system;
+  const bool has_answered = apart.system.kind == ChildFault::None;
+  if (has_answered && account.failed_calls.empty() && account.missing_optional.empty()) return;
+  PrintSection(out, "System");
+  if (!has_answered) PrintLine(out, "    all unknown: " + apart.system.text);
+  PrintDetails(out, account);
+}
+
+std::vector<std::string> SessionLines(const MachineDiagnosis& diagnosis) {
+  std::vector<std::string> lines;
+  if (diagnosis.is_remote_session.value_or(false)) {
+    lines.emplace_back("It is a remote one: Windows may hide GPUs and monitors from it, or show others.");
+  }
+  if (diagnosis.has_citrix_display) lines.emplace_back("Citrix's indirect display adapter draws its desktop.");
+  for (const std::string& variable : diagnosis.hiding_variables) {
+    lines.push_back(variable + " may hide devices, or bring them into another order.");
+  }
+  return lines;
+}
+
 void PrintText(std::ostream& out, const MachineDiagnosis& diagnosis) {
   for (const Diagnosis& source : diagnosis.sources) PrintSource(out, source);
-  if (!diagnosis.system.failed_calls.empty()) {
-    PrintSection(out, "System");
-    PrintDetails(out, diagnosis.system);
-  }
-  if (!diagnosis.main_display_remarks.empty()) PrintSection(out, "Main display");
-  for (const std::string& remark : diagnosis.main_display_remarks) PrintLine(out, "    " + remark);
+  if (diagnosis.apart != nullptr) PrintSystem(out, *diagnosis.apart);
+  PrintSection(out, "Main display", diagnosis.main_display_remarks);
+  PrintSection(out, "This session", SessionLines(diagnosis));
   PrintLine(out, "");
   std::string matched = Counted(diagnosis.gpus, "GPU") + " matched";
   if (!diagnosis.shared_identifiers.empty()) {
@@ -108,48 +157,60 @@ void PrintText(std::ostream& out, const MachineDiagnosis& diagnosis) {
       PrintLine(out, fmt::format("Not matched: {} saw {}", source.source, RecordName(record)));
     }
   }
+  for (const std::string& sentence : diagnosis.losses) PrintLine(out, sentence);
 }
 
-Json ToJson(const FailedCall& call) {
-  Json json = {{"call", call.call}};
-  if (call.status) json["status"] = *call.status;
-  if (!call.status_name.empty()) json["status_name"] = call.status_name;
-  if (!call.subject.empty()) json["about"] = call.subject;
-  if (!call.unknown.empty()) json["unknown"] = call.unknown;
-  return json;
+/// Lists are there also where nothing is known of them.
+void AddAccount(Json& json, const Account& account, const ChildFault* fault) {
+  json.update(ToJson(account));
+  const bool has_answered = fault != nullptr && fault->kind == ChildFault::None;
+  if (!has_answered) json.erase("milliseconds");
+  if (fault == nullptr || has_answered) return;
+  json["fault"] = fault->text;
+  if (!fault->last_call.empty()) json["last_call"] = fault->last_call;
 }
 
-Json ToJson(const std::vector<FailedCall>& calls) {
-  Json json = Json::array();
-  for (const FailedCall& call : calls) json.push_back(ToJson(call));
-  return json;
-}
-
-Json ToJson(const Diagnosis& diagnosis) {
+Json SourceToJson(const Diagnosis& diagnosis) {
   Json json = {{"source", diagnosis.source}};
   if (diagnosis.library != nullptr) json["library"] = diagnosis.library;
-  json["state"] = StateCode(diagnosis);
-  json["records"] = diagnosis.records;
-  if (const Account* account = diagnosis.account) {
-    json["milliseconds"] = Milliseconds(*account);
-    json["missing_entry_points"] = account->missing_required;
-    json["missing_optional_entry_points"] = account->missing_optional;
-    json["failed_calls"] = ToJson(account->failed_calls);
-    json["remarks"] = account->remarks;
+  if (const auto& file = diagnosis.file) {
+    json["path"] = file->path;
+    if (!file->version.empty()) json["version"] = file->version;
   }
+  json["records"] = diagnosis.records;
+  AddAccount(json, diagnosis.account != nullptr ? *diagnosis.account : Account(), diagnosis.fault);
+  json["state"] = StateCode(diagnosis);
+  json["reason"] = StateText(diagnosis);
   json["unmatched"] = diagnosis.unmatched;
   return json;
 }
 
-Json ToJson(const MachineDiagnosis& diagnosis) {
+Json SystemToJson(const DetectionApart* apart) {
+  Json json;
+  AddAccount(json, apart != nullptr ? apart->run->account.system : Account(),
+             apart != nullptr ? &apart->system : nullptr);
+  json.erase("state");
+  return json;
+}
+
+Json SessionToJson(const MachineDiagnosis& diagnosis) {
+  Json json = {{"hiding_variables", diagnosis.hiding_variables},
+               {"citrix_indirect_display", diagnosis.has_citrix_display}};
+  if (diagnosis.is_remote_session) json["remote"] = *diagnosis.is_remote_session;
+  return json;
+}
+
+Json MachineToJson(const MachineDiagnosis& diagnosis) {
   Json sources = Json::array();
-  for (const Diagnosis& source : diagnosis.sources) sources.push_back(ToJson(source));
+  for (const Diagnosis& source : diagnosis.sources) sources.push_back(SourceToJson(source));
   Json document = Document("doctor");
   document.update({{"gpus", diagnosis.gpus},
                    {"shared_identifiers", diagnosis.shared_identifiers},
                    {"sources", std::move(sources)},
-                   {"system", {{"failed_calls", ToJson(diagnosis.system.failed_calls)}}},
-                   {"main_display", {{"remarks", diagnosis.main_display_remarks}}}});
+                   {"system", SystemToJson(diagnosis.apart)},
+                   {"main_display", {{"remarks", diagnosis.main_display_remarks}}},
+                   {"session", SessionToJson(diagnosis)},
+                   {"losses", diagnosis.losses}});
   return document;
 }
 
@@ -158,7 +219,7 @@ Json ToJson(const MachineDiagnosis& diagnosis) {
 int Doctor(const Session& session) {
   const MachineDiagnosis diagnosis = Diagnose(session);
   if (session.json) {
-    PrintJson(session.out, ToJson(diagnosis));
+    PrintJson(session.out, MachineToJson(diagnosis));
   } else {
     PrintText(session.out, diagnosis);
   }

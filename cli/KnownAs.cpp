@@ -7,6 +7,7 @@
 #include "Vexil/Common/Text.h"
 #include "Vexil/Common/Unknown.h"
 #include "cli/Printing.h"
+#include "cli/Waiting.h"
 #include "interfaces/FindingsJson.h"
 
 namespace Vexil::Cli {
@@ -90,6 +91,7 @@ const Numbers& FindNumbers(const Session& session) {
   if (!session.numbers) {
     std::vector<std::optional<PCIPlace>> places;
     for (const auto& gpu : session.results.gpus) places.push_back(PlaceOf(gpu));
+    const WaitingLine waiting(session.err);
     Numbers numbers = {Interfaces::AskInterfaces(), {}};
     numbers.joined = Interfaces::Join(places, numbers.told);
     if (session.is_anonymous) Anonymize(numbers);

@@ -7,6 +7,7 @@
 #include <vector>
 
 #include "Vexil/DetectorImpl.h"
+#include "cli/DetectApart.h"
 #include "cli/ResultFile.h"
 #include "interfaces/Join.h"
 
@@ -31,6 +32,7 @@ struct Session {
   std::ostream& out;
   std::ostream& err;
   mutable std::optional<Numbers> numbers = {};  ///< For FindNumbers, which asks once.
+  std::optional<DetectionApart> apart = {};     ///< Where the sources were asked in processes of their own.
 
   /// Whether live figures can be asked for.
   bool IsThisMachine() const { return run != nullptr; }

@@ -2,12 +2,14 @@
 
 #include "Vexil/Platform/OpenLibrary.h"
 #include "cli/CommandLine.h"
+#include "cli/DetectApart.h"
 #include "cli/platform/Terminal.h"
 #include "interfaces/Interfaces.h"
 
 int main(int argc, char** argv) {
   Vexil::TrustSystemFolderOnly();
-  if (const auto status = Vexil::Interfaces::ServeAsChild(argc, argv, Vexil::Interfaces::AnswerFor)) return *status;
+  const Vexil::Interfaces::ChildWork works[] = {Vexil::Interfaces::kInterfaceWork, Vexil::Cli::kSourceWork};
+  if (const auto status = Vexil::Interfaces::ServeAsChild(argc, argv, works)) return *status;
   Vexil::Cli::UseUTF8Console();
   return Vexil::Cli::RunCommandLine(Vexil::Cli::Arguments(argc, argv), std::cout, std::cerr);
 }

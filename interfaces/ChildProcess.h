@@ -1,8 +1,8 @@
 #pragma once
 
-#include <chrono>
 #include <nlohmann/json.hpp>
 #include <optional>
+#include <span>
 #include <string>
 #include <vector>
 
@@ -13,21 +13,33 @@ namespace Vexil::Interfaces {
 /// Objects keep the order in which they were made.
 using Json = nlohmann::ordered_json;
 
-/// What a child does, by the name of its work.
-using ChildWork = Json (*)(const std::string& name);
+/// A kind of work that children do: each does the part of it that has a name.
+struct ChildWork {
+  const char* kind;
+  Json (*answer)(const std::string& name);
+};
+
+/// What a child did instead of answering.
+struct ChildFault {
+  enum Kind { None, NotStarted, Crashed, Hung };
+
+  Kind kind = None;
+  std::string text = {};
+  std::string last_call = {};  ///< Where it did that; empty where it called nobody.
+};
 
 /// What came of one child.
 struct ChildResult {
   Json answer;
-  std::string fault;  ///< What it did instead of answering; empty where it answered.
+  ChildFault fault = {};
 };
 
-/// Does each work in a process of its own, all at once. One that takes longer than the limit is ended.
-std::vector<ChildResult> RunChildren(const std::vector<std::string>& names, ChildWork work,
-                                     std::chrono::milliseconds limit);
+/// Does each part of the work in a process of its own, all at once. One that takes longer than any driver should is
+/// ended. The names, which live as long as the process, are told to those who watch this process's progress.
+std::vector<ChildResult> RunChildren(const std::vector<const char*>& names, const ChildWork& work);
 
 /// To be called first in the main function of a program that runs children: the exit status where this process is such
 /// a child, whose work is then done.
-std::optional<int> ServeAsChild(int argc, const char* const* argv, ChildWork work);
+std::optional<int> ServeAsChild(int argc, const char* const* argv, std::span<const ChildWork> works);
 
 }  // namespace Vexil::Interfaces

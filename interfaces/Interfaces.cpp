@@ -31,9 +31,6 @@ constexpr std::array<std::pair<const char*, const char*>, 3> kWithoutLayers = {{
     {"DISABLE_LAYER_NV_OPTIMUS_1", "1"},
 }};
 
-/// As long as a machine with many cards takes to start its slowest driver, several times over.
-constexpr std::chrono::seconds kLimit(15);
-
 std::vector<std::string> ClearVariables() {
   std::vector<std::string> cleared;
   for (const char* name : kHidingVariables) {
@@ -68,16 +65,17 @@ Json AnswerFor(const std::string& name) {
 
 std::vector<Told> AskInterfaces() {
   std::vector<Told> told;
-  std::vector<std::string> names;
+  std::vector<const char*> names;
   for (const Interface& interface : kInterfaces) {
     if (!IsAsked(interface)) continue;
     told.push_back({interface.name, {}});
-    names.emplace_back(interface.name);
+    names.push_back(interface.name);
   }
-  const auto results = RunChildren(names, AnswerFor, kLimit);
+  const auto results = RunChildren(names, kInterfaceWork);
   for (std::size_t i = 0; i < told.size(); ++i) {
-    const auto findings = results[i].fault.empty() ? FromJson(results[i].answer) : std::nullopt;
-    const std::string fault = results[i].fault.empty() ? "ended without an answer" : results[i].fault;
+    const bool has_answer = results[i].fault.kind == ChildFault::None;
+    const auto findings = has_answer ? FromJson(results[i].answer) : std::nullopt;
+    const std::string fault = has_answer ? "ended without an answer" : results[i].fault.text;
     told[i].findings = findings.value_or(Findings{State::Failed, {}, {fault}, {}});
   }
   return told;

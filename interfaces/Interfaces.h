@@ -45,8 +45,9 @@ std::span<const char* const> HidingVariables();
 /// With these Vulkan's loader puts no layer between a program and its devices.
 std::span<const std::pair<const char*, const char*>> VariablesWithoutLayers();
 
-/// What an interface knows, by its name, in this process: clears the variables first. For child processes.
+/// What an interface knows, by its name, in this process: clears the variables first.
 Json AnswerFor(const std::string& name);
+inline constexpr ChildWork kInterfaceWork = {"interface", AnswerFor};
 
 /// What one interface told through a child process.
 struct Told {

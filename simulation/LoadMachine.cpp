@@ -197,6 +197,7 @@ static void ReadMembers(Members& m, Windows& to) {
   m("threads", to.machine.processors);
   m("memory_mib", MiB{memory.total});
   m("free_memory_mib", MiB{memory.available});
+  m("remote_session", to.machine.is_remote_session);
   if (memory.total != 0) to.machine.memory = memory;
 }
 
@@ -320,6 +321,7 @@ static void ReadMembers(Members& m, OpenCLPlatform& to) {
 static void ReadLibrary(Members& m, const SimulatedLibrary& library, Library& to) {
   m("missing", to.missing);
   m("claimed_count", to.claimed_count);
+  m("file_version", to.file_version);
   for (const std::string& entry_point : to.missing) {
     if (Offers(library, entry_point)) continue;
     m.From().Fail(fmt::format("unknown entry point \"{}\" of {}", entry_point, library.file_name));

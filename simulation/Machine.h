@@ -58,6 +58,7 @@ struct Library {
   std::set<std::string> missing;
   /// How many devices the library says it has, where that is not how many it has.
   std::optional<std::int64_t> claimed_count;
+  std::string file_version;
 };
 
 struct OpenCLDevice {
@@ -267,6 +268,7 @@ struct Machine {
   std::optional<LevelZero> level_zero;
   std::vector<Interfaces::DisplayPath> display_paths;
   std::map<std::string, std::string> environment;
+  bool is_remote_session = false;
   std::vector<Failure> failures;
   /// Only every other call claims the counts that are claimed; those between tell the truth.
   bool has_unsteady_counts = false;

@@ -1,11 +1,14 @@
 #include <algorithm>
 
 #include "interfaces/platform/Adapters.h"
+#include "interfaces/platform/Crash.h"
 #include "interfaces/platform/Environment.h"
+#include "interfaces/platform/LibraryFile.h"
 #include "interfaces/platform/Processes.h"
+#include "interfaces/platform/RemoteSession.h"
 #include "simulation/SimulatedLibraries.h"
 
-// What Windows answers where other interfaces' names of a GPU are asked for.
+// What Windows answers where the programs ask it.
 
 namespace Vexil::Interfaces {
 
@@ -52,11 +55,13 @@ std::vector<DisplayPath> GetDisplayPaths() {
 
 std::vector<ProcessEnd> RunThisProgram(
     const std::vector<std::vector<std::string>>& arguments, std::chrono::milliseconds /*limit*/,
+    const std::function<void(std::size_t child)>& waits_for,
     const std::function<std::string(const std::vector<std::string>& arguments)>& in_this_process) {
   // What a child does to its environment is the child's own affair.
   const auto environment = TheMachine().environment;
   std::vector<ProcessEnd> ends;
   for (const auto& of_child : arguments) {
+    waits_for(ends.size());
     ends.push_back({ProcessEnd::Ended, 0, in_this_process(of_child)});
     for (const auto& [name, value] : std::map(TheMachine().environment)) ChangeVariable(name, std::nullopt);
     for (const auto& [name, value] : environment) ChangeVariable(name, value);
@@ -65,6 +70,19 @@ std::vector<ProcessEnd> RunThisProgram(
 }
 
 void BecomeChild() {}
+
+std::optional<LibraryFile> FindLibraryFile(const std::string& file_name) {
+  for (const SimulatedLibrary* library : AllLibraries()) {
+    if (library->file_name != file_name || library->installed() == nullptr) continue;
+    return LibraryFile{R"(C:\Windows\System32\)" + file_name, library->installed()->file_version};
+  }
+  return std::nullopt;
+}
+
+bool IsRemoteSession() { return TheMachine().is_remote_session; }
+
+// A simulated machine's drivers do not crash.
+void ExplainCrashes(CrashMessage /*message*/, int /*exit_status*/) {}
 
 ProcessEnd RunProgram(const std::vector<std::string>& command_line) {
   // It tells what it was started with.

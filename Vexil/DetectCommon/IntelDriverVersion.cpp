@@ -13,6 +13,7 @@ constexpr const char* kFields = "intel_driver_version, intel_driver_version_part
 bool FindIntelVersion(OpenCLLibrary& opencl, std::string& version, std::vector<std::int32_t>& numbers) {
   if (!opencl.Initialize()) return false;
   for (cl_platform_id platform : opencl.GetPlatforms()) {
+    opencl.About(platform);
     if (!ContainsNoCase(opencl.GetPlatformInfoString(platform, CL_PLATFORM_NAME, kFields), "Intel")) continue;
     for (cl_device_id device : opencl.GetDevices(platform)) {
       version = opencl.GetDeviceInfoString(device, CL_DRIVER_VERSION, kFields);
@@ -32,8 +33,8 @@ bool GetIntelDriverVersion(std::string& version, std::vector<std::int32_t>& numb
   numbers.clear();
   const auto opencl = RunScope::Get<OpenCLLibrary>();
   const bool told = FindIntelVersion(*opencl, version, numbers);
-  const Account opencl_account = opencl->TakeAccount();
-  if (!told) account.Append(opencl_account, kFields);
+  // What failed before one device told its version may have kept another from telling its own.
+  account.Append(opencl->TakeAccount(), kFields);
   return told;
 }
 

@@ -69,6 +69,7 @@ std::vector<cl_platform_id> OpenCLLibrary::GetPlatforms() {
   auto platforms = m_all_platforms;
   std::erase_if(platforms, [this](cl_platform_id platform) { return !HasGPU(platform); });
   std::erase_if(platforms, [this](cl_platform_id platform) { return IsTranslationLayer(platform); });
+  TheAccount().About("");
   return platforms;
 }
 
@@ -94,8 +95,10 @@ void OpenCLLibrary::NoteDeviceList(cl_platform_id platform, cl_int status) {
 }
 
 bool OpenCLLibrary::IsTranslationLayer(cl_platform_id platform) {
+  // Without its name a layer counts as a platform.
+  About(platform);
   // Asking the platform for a device's parameter is no slip: Microsoft's layer answers it.
-  return ContainsNoCase(GetPlatformInfoString(platform, CL_PLATFORM_NAME), "OpenCLOn12") ||
+  return ContainsNoCase(GetPlatformInfoString(platform, CL_PLATFORM_NAME, "platform_name"), "OpenCLOn12") ||
          GetPlatformInfoString(platform, CL_DEVICE_VENDOR) == "Microsoft";
 }
 

@@ -78,6 +78,7 @@ class OpenCLLink {
       m_opencl->TheAccount().Miss(kOpenCLFields, m_opencl->clGetExtensionFunctionAddressForPlatform.Name());
       return false;
     }
+    NoteCall(kFunction);
     const cl_int status =
         get_device_ids(platform, kDXGIAdapterKHR, adapter.Interface(), kPreferredDevicesKHR, 1, &device, nullptr);
     // "Not found" is the answer of a platform whose devices are others.
@@ -94,8 +95,12 @@ class OpenCLLink {
 PCILocation FindPCILocation(std::uint64_t luid, Account& account) {
   PCILocation location;
   DisplayClassDevices devices;
+  bool are_all_known = true;
   while (devices.Next()) {
-    if (devices.AdapterLUID() != luid) continue;
+    const auto its_luid = devices.AdapterLUID();
+    if (!its_luid) are_all_known = false;
+    if (its_luid != luid) continue;
+    if (!are_all_known) account.remarks.emplace_back("a display device before that of the adapter tells no LUID");
     const auto bus = devices.BusNumberProperty();
     const auto address = devices.AddressProperty();
     // Some hypervisors give the first bus as 256.
@@ -158,8 +163,9 @@ Answer<DirectXGPUT> GetDirectXGPUs() {
     answer.records.push_back(std::move(gpu));
   });
   account.About("");
-  if (end.status != kDXGINotFound) account.End(SourceState::CallFailed, end.call, end.status, kStatusNames);
+  // The last failure is taken for the reason.
   opencl_link.AddFailuresTo(account);
+  if (end.status != kDXGINotFound) account.End(SourceState::CallFailed, end.call, end.status, kStatusNames);
   return answer;
 }
 

@@ -58,7 +58,9 @@ bool MakeGPU(const DisplayDevice& output, EnumDisplayDevicesGPUT& gpu, Account& 
 Answer<EnumDisplayDevicesGPUT> GetEnumDisplayDevicesGPUs() {
   Answer<EnumDisplayDevicesGPUT> answer;
   InsertionOrderedMap<std::string, EnumDisplayDevicesGPUT> gpu_with;
+  bool has_outputs = false;
   ForEachAdapterOutput([&](const DisplayDevice& output) {
+    has_outputs = true;
     answer.account.About(output.name);
     const std::string key = BracedText(output.key);
     if (key.empty()) return true;
@@ -72,6 +74,7 @@ Answer<EnumDisplayDevicesGPUT> GetEnumDisplayDevicesGPUs() {
     return true;
   });
 
+  if (!has_outputs) answer.account.Miss("", "EnumDisplayDevicesA");
   for (auto& [key, gpu] : gpu_with) answer.records.push_back(std::move(gpu));
   return answer;
 }

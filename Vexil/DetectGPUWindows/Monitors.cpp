@@ -13,6 +13,8 @@ void AddMonitorsOn(const std::string& output_name, bool is_main,
   if (output_name.empty()) return;
   for (std::uint32_t index = 0; index < kMaxItems; ++index) {
     const auto device = GetMonitorOn(output_name, index);
+    // Windows does not tell a failure from the end of its list, but what the desktop is on has a monitor.
+    if (!device && index == 0) account.Miss("monitors", "EnumDisplayDevicesA " + output_name);
     if (!device) return;
     auto monitor = std::make_shared<FlatBuffers::MonitorT>();
     if (const auto mode = GetCurrentMode(output_name)) {

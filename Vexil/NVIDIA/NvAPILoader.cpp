@@ -76,6 +76,7 @@ NvAPI_Status Loader::CallInitialize() {
   if (!nvapi_QueryInterface) return NVAPI_NO_IMPLEMENTATION;
   if (Find(kUnload.id) == nullptr) TheAccount().MissEntryPoint(kUnload.name, false);
   const Symbol initialize = Find(kInitialize.id);
+  NoteCall(kInitialize.name);
   if (initialize != nullptr) return reinterpret_cast<NvAPI_Status (*)()>(initialize)();
   TheAccount().MissEntryPoint(kInitialize.name, true);
   return NVAPI_NO_IMPLEMENTATION;
@@ -120,6 +121,7 @@ NvAPI_Status Loader::Stop() {
     m_functions.erase(kUnload.id);
     return NVAPI_NO_IMPLEMENTATION;
   }
+  NoteCall(kUnload.name);
   const NvAPI_Status status = reinterpret_cast<NvAPI_Status (*)()>(unload)();
   if (--users == 0) Close();
   return status;

@@ -84,6 +84,7 @@ template <typename... Arguments>
 NvAPI_Status NvAPIFunction<Arguments...>::operator()(Arguments... arguments) const {
   const NvAPICall call(id, m_when_down);
   if (call.Function() == nullptr) return call.Status();
+  NoteCall(name);
   return reinterpret_cast<NvAPI_Status (*)(Arguments...)>(call.Function())(arguments...);
 }
 

@@ -8,6 +8,7 @@
 #include <iterator>
 
 #include "Vexil/Common/Limits.h"
+#include "Vexil/Common/Progress.h"
 #include "Vexil/Common/Text.h"
 
 namespace Vexil {
@@ -26,6 +27,7 @@ class ComAdapter final : public DXGIAdapter {
 
   DXGIStatus Describe(DXGIAdapterDescription& to) override {
     DXGI_ADAPTER_DESC2 from = {};
+    NoteCall("GetDesc2");
     const HRESULT status = m_adapter->GetDesc2(&from);
     to.name = Narrow(from.Description);
     to.vendor_id = from.VendorId;
@@ -40,6 +42,7 @@ class ComAdapter final : public DXGIAdapter {
   }
 
   DXGIStatus NameOutput(std::uint32_t index, std::string& name) override {
+    NoteCall("EnumOutputs");
     ComPtr<IDXGIOutput> output;
     const HRESULT status = m_adapter->EnumOutputs(index, &output);
     if (FAILED(status) || output == nullptr) return FAILED(status) ? status : kDXGINotFound;
@@ -59,9 +62,11 @@ class ComAdapter final : public DXGIAdapter {
 
 DXGIEnd ForEachDXGIAdapter(const std::function<void(std::uint32_t index, DXGIAdapter*)>& visit) {
   ComPtr<IDXGIFactory2> factory;
+  NoteCall("CreateDXGIFactory");
   const HRESULT created = CreateDXGIFactory(IID_PPV_ARGS(&factory));
   if (factory == nullptr) return {"CreateDXGIFactory", created};
   for (std::uint32_t index = 0; index < kMaxItems; ++index) {
+    NoteCall("EnumAdapters1");
     ComPtr<IDXGIAdapter1> adapter;
     const HRESULT status = factory->EnumAdapters1(index, &adapter);
     if (FAILED(status) || adapter == nullptr) return {"EnumAdapters1", FAILED(status) ? status : kDXGINotFound};

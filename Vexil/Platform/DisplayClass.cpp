@@ -6,6 +6,7 @@
 #include <setupapi.h>
 
 #include "Vexil/Common/Limits.h"
+#include "Vexil/Common/Progress.h"
 #include "Vexil/Common/Text.h"
 
 namespace Vexil {
@@ -21,7 +22,10 @@ constexpr DEVPROPKEY kAddress = {kDeviceProperties, 30};
 }  // namespace
 
 struct DisplayClassDevices::Walk {
-  Walk() : list(SetupDiGetClassDevsA(&kDisplayClass, nullptr, nullptr, DIGCF_PRESENT)) {}
+  Walk() {
+    NoteCall("SetupDiGetClassDevsA");
+    list = SetupDiGetClassDevsA(&kDisplayClass, nullptr, nullptr, DIGCF_PRESENT);
+  }
   ~Walk() {
     if (list != INVALID_HANDLE_VALUE) SetupDiDestroyDeviceInfoList(list);
   }
@@ -50,7 +54,7 @@ struct DisplayClassDevices::Walk {
     return value;
   }
 
-  HDEVINFO list;
+  HDEVINFO list = INVALID_HANDLE_VALUE;
   SP_DEVINFO_DATA device = {};
   DWORD next = 0;
 };

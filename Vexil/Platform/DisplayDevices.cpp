@@ -2,6 +2,7 @@
 
 #include <windows.h>
 
+#include "Vexil/Common/Progress.h"
 #include "Vexil/Common/Text.h"
 
 namespace Vexil {
@@ -13,6 +14,7 @@ static_assert(kAttachedToDesktop == DISPLAY_DEVICE_ATTACHED_TO_DESKTOP &&
 namespace {
 
 std::optional<DisplayDevice> GetDisplayDevice(const char* parent, std::uint32_t index) {
+  NoteCall("EnumDisplayDevicesA");
   DISPLAY_DEVICEA device = {};
   device.cb = sizeof(device);
   if (EnumDisplayDevicesA(parent, index, &device, 0) == FALSE) return std::nullopt;
@@ -29,6 +31,7 @@ std::optional<DisplayDevice> GetMonitorOn(const std::string& output_name, std::u
 }
 
 std::optional<DisplayMode> GetCurrentMode(const std::string& output_name) {
+  NoteCall("EnumDisplaySettingsA");
   DEVMODEA mode = {};
   mode.dmSize = sizeof(mode);
   if (EnumDisplaySettingsA(output_name.c_str(), ENUM_CURRENT_SETTINGS, &mode) == FALSE) return std::nullopt;

@@ -4,6 +4,7 @@ namespace Vexil {
 
 bool VendorLibrary::Open() {
   std::uint32_t error = 0;
+  if (m_module == nullptr) NoteCall(m_file_name);
   if (m_module == nullptr) m_module = OpenLibrary(m_file_name, error);
   if (m_module == nullptr)
     m_account.End(SourceState::LibraryMissing, std::string("LoadLibraryA ") + m_file_name, error);

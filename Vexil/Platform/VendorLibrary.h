@@ -6,6 +6,7 @@
 #include <vector>
 
 #include "Vexil/Common/Account.h"
+#include "Vexil/Common/Progress.h"
 #include "Vexil/Platform/OpenLibrary.h"
 
 namespace Vexil {
@@ -75,6 +76,7 @@ class VendorLibrary {
     Entry(VendorLibrary& library, const char* name, Need need = Need::Required) : EntryPoint(library, name, need) {}
 
     Result operator()(Arguments... arguments) const {
+      NoteCall(Name());
       return reinterpret_cast<Result (*)(Arguments...)>(m_symbol)(arguments...);
     }
   };

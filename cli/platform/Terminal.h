@@ -14,6 +14,9 @@ void UseUTF8Console();
 /// Gives the console its former code page back, for other programs that write to it.
 void RestoreConsole();
 
+/// Whether somebody reads standard error as it is written.
+bool IsErrorTerminal();
+
 /// Whether the reason of the write that failed last is that nobody reads any more.
 bool IsReaderGone(int error_number);
 

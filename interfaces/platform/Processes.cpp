@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <memory>
+#include <ratio>
 
 namespace Vexil::Interfaces {
 namespace {
@@ -42,11 +43,18 @@ std::string ThisProgram() {
   return path;
 }
 
+/// Windows' own unit of time.
+using Ticks = std::chrono::duration<std::int64_t, std::ratio<1, 10'000'000>>;
+
+std::int64_t Count(const FILETIME& time) {
+  return static_cast<std::int64_t>(std::uint64_t{time.dwHighDateTime} << 32 | time.dwLowDateTime);
+}
+
 /// A process that inherits nothing but its streams.
 class Child {
  public:
   Child(const std::vector<std::string>& arguments, HANDLE job, HANDLE nothing) {
-    if (!Start(arguments, job, nothing)) m_end = {ProcessEnd::NotStarted, GetLastError(), {}};
+    if (!Start(arguments, job, nothing)) m_end = {ProcessEnd::NotStarted, GetLastError()};
   }
 
   bool IsRunning() const { return m_process != nullptr && WaitForSingleObject(m_process.get(), 0) == WAIT_TIMEOUT; }
@@ -72,6 +80,14 @@ class Child {
     Drain();
     DWORD code = 0;
     if (m_end.kind == ProcessEnd::Ended && GetExitCodeProcess(m_process.get(), &code) != FALSE) m_end.code = code;
+    FILETIME created = {};
+    FILETIME ended = {};
+    FILETIME in_kernel = {};
+    FILETIME in_program = {};
+    if (m_end.kind == ProcessEnd::Ended &&
+        GetProcessTimes(m_process.get(), &created, &ended, &in_kernel, &in_program) != FALSE) {
+      m_end.duration = std::chrono::duration_cast<std::chrono::milliseconds>(Ticks(Count(ended) - Count(created)));
+    }
     return std::move(m_end);
   }
 
@@ -80,7 +96,9 @@ class Child {
     SECURITY_ATTRIBUTES inheritable = {sizeof(inheritable), nullptr, TRUE};
     HANDLE read = nullptr;
     HANDLE write = nullptr;
-    if (CreatePipe(&read, &write, &inheritable, 0) == FALSE) return false;
+    // A child that announces many calls need not wait for its reader.
+    constexpr DWORD kPipeSize = 65536;
+    if (CreatePipe(&read, &write, &inheritable, kPipeSize) == FALSE) return false;
     m_pipe.reset(read);
     const Handle write_end(write);
     SetHandleInformation(read, HANDLE_FLAG_INHERIT, 0);
@@ -119,7 +137,7 @@ class Child {
 
   Handle m_pipe;
   Handle m_process;
-  ProcessEnd m_end = {ProcessEnd::Ended, 0, {}};
+  ProcessEnd m_end = {ProcessEnd::Ended, 0};
 };
 
 /// Goes with this process, and its processes with it.
@@ -135,6 +153,7 @@ Handle MakeJob() {
 
 std::vector<ProcessEnd> RunThisProgram(
     const std::vector<std::vector<std::string>>& arguments, std::chrono::milliseconds limit,
+    const std::function<void(std::size_t child)>& waits_for,
     const std::function<std::string(const std::vector<std::string>& arguments)>& /*in_this_process*/) {
   const Handle job = MakeJob();
   SECURITY_ATTRIBUTES inheritable = {sizeof(inheritable), nullptr, TRUE};
@@ -147,7 +166,10 @@ std::vector<ProcessEnd> RunThisProgram(
     children.push_back(std::make_unique<Child>(of_child, job.get(), nothing.get()));
   }
   const auto is_running = [](const auto& child) { return child->IsRunning(); };
-  while (std::any_of(children.begin(), children.end(), is_running) && Clock::now() < deadline) {
+  while (Clock::now() < deadline) {
+    const auto running = std::find_if(children.begin(), children.end(), is_running);
+    if (running == children.end()) break;
+    waits_for(static_cast<std::size_t>(running - children.begin()));
     for (const auto& child : children) child->Drain();
     Sleep(5);
   }
@@ -170,14 +192,14 @@ ProcessEnd RunProgram(const std::vector<std::string>& command_line) {
   // Whether Control-C ends the program is the program's decision.
   SetConsoleCtrlHandler([](DWORD) -> BOOL { return TRUE; }, TRUE);
   if (CreateProcessA(nullptr, line.data(), nullptr, nullptr, TRUE, 0, nullptr, nullptr, &start, &process) == FALSE) {
-    return {ProcessEnd::NotStarted, GetLastError(), {}};
+    return {ProcessEnd::NotStarted, GetLastError()};
   }
   const Handle thread(process.hThread);
   const Handle handle(process.hProcess);
   DWORD code = 0;
   WaitForSingleObject(process.hProcess, INFINITE);
   GetExitCodeProcess(process.hProcess, &code);
-  return {ProcessEnd::Ended, code, {}};
+  return {ProcessEnd::Ended, code};
 }
 
 }  // namespace Vexil::Interfaces

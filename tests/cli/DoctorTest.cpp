@@ -1,5 +1,8 @@
 #include <functional>
 #include <nlohmann/json.hpp>
+#include <regex>
+#include <set>
+#include <stdexcept>
 
 #include "simulation/Simulation.h"
 #include "tests/cli/ProgramTest.h"
@@ -20,6 +23,13 @@ class DoctorTest : public ProgramTest {
     for (const json& source : parsed["sources"]) diagnosis[source["source"]] = source;
     return diagnosis;
   }
+
+  /// Whether this stands somewhere in what is printed for people.
+  static testing::AssertionResult Says(const Machine& machine, const std::string& text) {
+    Simulation::SetMachine(machine);
+    const std::string out = Run({"doctor"}).out;
+    return (out.find(text) != std::string::npos ? testing::AssertionSuccess() : testing::AssertionFailure()) << out;
+  }
 };
 
 TEST_F(DoctorTest, EachSourceAnswersOnAHealthyMachine) {
@@ -31,13 +41,7 @@ TEST_F(DoctorTest, EachSourceAnswersOnAHealthyMachine) {
     EXPECT_TRUE(source.contains("milliseconds")) << source;
     EXPECT_EQ(source["unmatched"], json::array()) << source;
   }
-  // The run's own account is told, so no driver is asked again.
-  const auto calls_of = [](const char* command) {
-    Simulation::SetMachine(LoadTestMachine("five-gpus"));
-    Run({command});
-    return Simulation::Observed().calls;
-  };
-  EXPECT_EQ(calls_of("doctor"), calls_of("list"));
+  EXPECT_TRUE(Says(LoadTestMachine("five-gpus"), "\n\n5 GPUs matched.\n"));
 }
 
 TEST_F(DoctorTest, TellsWhatKeepsASourceFromAnswering) {
@@ -52,7 +56,10 @@ TEST_F(DoctorTest, TellsWhatKeepsASourceFromAnswering) {
   };
   const std::vector<Case> cases = {
       {"OpenCL", [](Machine& m) { m.opencl.reset(); }, "library-missing",
-       "OpenCL    OpenCL.dll    library not installed or not loadable (error 126: Module not found.), 0 ms\n"},
+       "OpenCL    OpenCL.dll    library not installed (error 126: Module not found.), 0 ms\n"},
+      {"OpenCL", fail("LoadLibrary OpenCL.dll"), "library-missing",
+       "library does not load (error 1114: DLL initialization failed.), 0 ms\n"
+       "    C:\\Windows\\System32\\OpenCL.dll\n"},
       {"OpenCL", [](Machine& m) { m.opencl->missing = {"clGetDeviceIDs"}; }, "entry-point-missing",
        "    missing: clGetDeviceIDs\n"},
       {"OpenCL", fail("clGetPlatformIDs"), "call-failed",
@@ -117,8 +124,142 @@ TEST_F(DoctorTest, TellsWhatKeepsASourceFromAnswering) {
     c.harm(machine);
     const json diagnosis = Diagnose(machine);
     EXPECT_EQ(diagnosis[c.source]["state"], c.state);
-    const std::string text = Run({"doctor"}).out;
-    EXPECT_NE(text.find(c.text), std::string::npos) << text;
+    EXPECT_TRUE(Says(machine, c.text));
+  }
+}
+
+TEST_F(DoctorTest, TellsWhichFileALibraryIs) {
+  Machine machine = LoadTestMachine("five-gpus");
+  machine.nvml->file_version = "8.17.15.3713";
+  const json diagnosis = Diagnose(machine);
+  EXPECT_EQ(diagnosis["NVML"]["path"], "C:\\Windows\\System32\\nvml.dll");
+  EXPECT_EQ(diagnosis["NVML"]["version"], "8.17.15.3713");
+  EXPECT_TRUE(Says(machine, "    C:\\Windows\\System32\\nvml.dll, version 8.17.15.3713\n"));
+}
+
+TEST_F(DoctorTest, OneSourceThatEndsItsProcessLeavesTheOthers) {
+  const auto fail = [] {
+    Simulation::SetMachine(LoadTestMachine("five-gpus"));
+    Simulation::WatchCalls([](std::uint64_t, std::string_view call, std::string_view) -> bool {
+      if (call == "cuDeviceGetCount") throw std::runtime_error("out of luck");
+      return false;
+    });
+  };
+  fail();
+  const json diagnosis = json::parse(Run({"doctor", "--json"}).out);
+  EXPECT_EQ(diagnosis["gpus"], 5);
+  for (const json& source : diagnosis["sources"]) {
+    const bool has_ended = source["source"] == "CUDA";
+    EXPECT_EQ(source["state"], has_ended ? "crashed" : "answered") << source;
+    EXPECT_EQ(source.contains("milliseconds"), !has_ended) << source;
+  }
+  fail();
+  const std::string text = Run({"doctor"}).out;
+  EXPECT_NE(text.find("CUDA      nvcuda.dll    ended without an answer: out of luck\n"), std::string::npos) << text;
+}
+
+// Whatever fails wherever it is called: where that changes the report, somebody looks for the reason here.
+TEST_F(DoctorTest, IsNotSilentAboutWhatChangesTheReport) {
+  Machine machine = LoadTestMachine("five-gpus");
+  const auto run = [&](const std::vector<std::string>& command) {
+    Simulation::SetMachine(machine);
+    static const std::regex kCounts("[0-9]+ (ms|records?|GPUs? matched)|Not matched.*");
+    return std::regex_replace(Run(command).out, kCounts, "");
+  };
+  const std::string sound = run({"doctor"});
+  Simulation::SetMachine(machine);
+  std::set<std::string> calls;
+  Simulation::WatchCalls([&](std::uint64_t, std::string_view call, std::string_view parameter) {
+    calls.insert(std::string(call) + (parameter.empty() ? "" : " ") + std::string(parameter));
+    return false;
+  });
+  Run({});
+  const std::string report = run({});
+  EXPECT_GT(calls.size(), 100U);
+  for (const std::string& call : calls) {
+    machine.failures = {{call, {}}};
+    EXPECT_TRUE(run({}) == report || run({"doctor"}) != sound) << call;
+  }
+}
+
+// Handles mean nothing to the process that reads them: platforms and their devices are counted through.
+TEST_F(DoctorTest, NumbersOpenCLHandles) {
+  Machine machine = LoadTestMachine("five-gpus");
+  machine.nvapi.reset();
+  const json diagnosis = Diagnose(machine);
+  const json& opencl = diagnosis["OpenCL"]["unmatched"];
+  ASSERT_EQ(opencl.size(), 2U);
+  EXPECT_EQ(opencl[0]["platform_id"], 1);
+  EXPECT_EQ(opencl[0]["device_id"], 2);
+  EXPECT_EQ(opencl[1]["device_id"], 3);
+}
+
+TEST_F(DoctorTest, TellsWhatOnlyAMissingSourceLists) {
+  const std::string nvidia = "NVIDIA cards are listed only through NVAPI.";
+  const std::string amd = "AMD cards are listed only through the AMD Display Library.";
+  const std::string intel = "Intel GPUs, and the monitors of all, are listed only through DirectX.";
+  struct Case {
+    const char* machine;
+    std::function<void(Machine&)> harm;
+    std::vector<std::string> losses;
+  };
+  const std::vector<Case> cases = {
+      {"five-gpus", [](Machine&) {}, {}},
+      {"five-gpus", [](Machine& m) { m.nvapi.reset(); }, {nvidia}},
+      {"five-gpus", [](Machine& m) { m.adl->missing = {"ADL_Main_Control_Create"}; }, {amd}},
+      {"five-gpus",
+       [](Machine& m) {
+         m.failures = {{"CreateDXGIFactory", {}}};
+       },
+       {intel}},
+      // Nobody saw a card of theirs.
+      {"intel-only", [](Machine&) {}, {}},
+      {"none", [](Machine&) {}, {nvidia, amd, intel}},
+  };
+  for (const Case& c : cases) {
+    Machine machine = LoadTestMachine(c.machine);
+    c.harm(machine);
+    Simulation::SetMachine(machine);
+    EXPECT_EQ(json::parse(Run({"doctor", "--json"}).out)["losses"], json(c.losses)) << c.machine;
+    for (const std::string& loss : c.losses) EXPECT_TRUE(Says(machine, loss + "\n"));
+  }
+}
+
+TEST_F(DoctorTest, TellsOfTheSessionThatItRunsIn) {
+  const Machine remote = LoadTestMachine("remote-session");
+  EXPECT_TRUE(Says(remote, "This session\n    It is a remote one"));
+  EXPECT_TRUE(Says(remote, "    Citrix's indirect display adapter"));
+  Machine machine = LoadTestMachine("five-gpus");
+  EXPECT_FALSE(Says(machine, "This session"));
+  machine.environment = {{"CUDA_VISIBLE_DEVICES", "1"}, {"PATH", "C:"}};
+  EXPECT_TRUE(Says(machine, "This session\n    CUDA_VISIBLE_DEVICES=1 may hide devices"));
+  Simulation::SetMachine(machine);
+  const json session = json::parse(Run({"doctor", "--json"}).out)["session"];
+  EXPECT_EQ(session["hiding_variables"], json({"CUDA_VISIBLE_DEVICES=1"}));
+  EXPECT_EQ(session["remote"], false);
+  // The source is asked as the library would ask it.
+  EXPECT_EQ(Diagnose(machine)["CUDA"]["records"], 1);
+}
+
+TEST_F(DoctorTest, ListsAreAlwaysThere) {
+  Machine machine = LoadTestMachine("five-gpus");
+  machine.cuda.reset();
+  Simulation::SetMachine(machine);
+  const std::string saved = TemporaryFile("lists.vexil");
+  WriteFile(saved, Detect());
+  const std::vector<std::string> commands[] = {{"doctor", "--json"}, {"doctor", "--json", "--from", saved}};
+  for (const std::vector<std::string>& command : commands) {
+    const json answer = json::parse(Run(command).out);
+    for (const char* list : {"shared_identifiers", "sources", "losses"}) EXPECT_TRUE(answer[list].is_array()) << list;
+    EXPECT_TRUE(answer["system"]["failed_calls"].is_array());
+    EXPECT_TRUE(answer["main_display"]["remarks"].is_array());
+    EXPECT_TRUE(answer["session"]["hiding_variables"].is_array());
+    for (const json& source : answer["sources"]) {
+      for (const char* list :
+           {"missing_entry_points", "missing_optional_entry_points", "failed_calls", "remarks", "unmatched"}) {
+        EXPECT_TRUE(source[list].is_array()) << list << " of " << source;
+      }
+    }
   }
 }
 

@@ -1,5 +1,6 @@
 #include <log4cxx/logger.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <future>
 #include <map>
@@ -10,9 +11,11 @@
 #include <thread>
 
 #include "Vexil/Common/Log.h"
+#include "Vexil/Common/Progress.h"
 #include "Vexil/Results/LiveMemory.h"
 #include "Vexil/SystemInfo/WindowsSystemInfo.h"
 #include "Vexil/Version.h"
+#include "simulation/SimulatedLibraries.h"
 #include "tests/support/MachineTest.h"
 
 namespace Vexil::Tests {
@@ -157,6 +160,33 @@ TEST_F(DetectionRun, IsStartedByTheFirstOperationThatNeedsResults) {
     EXPECT_EQ(std::count(log.begin(), log.end(), std::string("INFO Starting Vexil ") + kLibraryVersion), test_case.runs)
         << "operation " << &test_case - kCases;
   }
+}
+
+// What a crash is blamed on has to be said before each call, whatever way the call takes.
+TEST_F(DetectionRun, SaysWhatItIsAboutToAsk) {
+  static Texts sources;
+  static std::string call;
+  constexpr ProgressWatcher watcher = {[](const char* name) { sources.emplace_back(name != nullptr ? name : "end"); },
+                                       [](const char* name) { call = name; }};
+  SetMachine(LoadTestMachine("five-gpus"));
+  std::set<std::string> unsaid;
+  Simulation::WatchCalls([&](std::uint64_t, std::string_view made, std::string_view parameter) {
+    const auto libraries = Simulation::AllLibraries();
+    const bool is_of_driver = std::any_of(libraries.begin(), libraries.end(), [&](const auto* library) {
+      return Simulation::Offers(*library, std::string(made));
+    });
+    if (is_of_driver && call != made) unsaid.emplace(made);
+    if (made == "LoadLibrary" && call != parameter) unsaid.emplace(parameter);
+    return false;
+  });
+  progress_watcher = &watcher;
+  m_detector.Detect({.Silent = true});
+  progress_watcher = nullptr;
+  EXPECT_EQ(unsaid, std::set<std::string>());
+  Texts expected = {kSystemInformation};
+  ForEachSource([&](const auto& source) { expected.emplace_back(source.name); });
+  expected.emplace_back("end");
+  EXPECT_EQ(sources, expected);
 }
 
 TEST_F(DetectionRun, LoadsAndStartsEachDriverOnce) {

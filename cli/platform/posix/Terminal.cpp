@@ -1,5 +1,7 @@
 #include "cli/platform/Terminal.h"
 
+#include <unistd.h>
+
 #include <cerrno>
 
 namespace Vexil::Cli {
@@ -8,6 +10,8 @@ std::vector<std::string> Arguments(int argc, const char* const* argv) { return {
 
 void UseUTF8Console() {}
 void RestoreConsole() {}
+
+bool IsErrorTerminal() { return isatty(STDERR_FILENO) != 0; }
 
 bool IsReaderGone(int error_number) { return error_number == EPIPE; }
 

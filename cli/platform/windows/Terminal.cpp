@@ -37,6 +37,11 @@ void RestoreConsole() {
   if (former_code_page != 0) SetConsoleOutputCP(former_code_page);
 }
 
+bool IsErrorTerminal() {
+  DWORD mode = 0;
+  return GetConsoleMode(GetStdHandle(STD_ERROR_HANDLE), &mode) != FALSE;
+}
+
 // Windows' C libraries translate "the pipe is being closed" differently.
 bool IsReaderGone(int error_number) { return error_number == EPIPE || error_number == EINVAL; }
 

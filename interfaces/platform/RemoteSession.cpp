@@ -1,0 +1,9 @@
+#include "interfaces/platform/RemoteSession.h"
+
+#include <windows.h>
+
+namespace Vexil::Interfaces {
+
+bool IsRemoteSession() { return GetSystemMetrics(SM_REMOTESESSION) != 0; }
+
+}  // namespace Vexil::Interfaces
