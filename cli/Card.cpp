@@ -11,6 +11,7 @@
 #include "cli/MonitorList.h"
 #include "cli/Printing.h"
 #include "cli/Selection.h"
+#include "cli/TopologyTables.h"
 #include "cli/VRAM.h"
 
 namespace Vexil::Cli {
@@ -92,13 +93,6 @@ std::string PlaceText(const GPUT& gpu) {
                      function);
 }
 
-std::string LinkText(std::int32_t generation, std::int32_t width) {
-  std::vector<std::string> parts;
-  if (generation != kUnknown) parts.push_back("generation " + std::to_string(generation));
-  if (width != kUnknown) parts.push_back("x" + std::to_string(width));
-  return parts.empty() ? "unknown" : Join(parts, " ");
-}
-
 std::vector<std::string> DisplayTexts(const Session& session, const GPUT& gpu) {
   std::vector<std::string> texts;
   for (const MonitorRow& monitor : FindMonitors(session)) {
@@ -122,8 +116,8 @@ void PrintCard(const Session& session, const MatchedGPUT& matched) {
   table.Add({"Driver", DriverText(session, matched)});
   table.Add({"CUDA", CUDAText(gpu)});
   table.Add({"OpenCL", OpenCLText(matched)});
-  table.Add({"PCI Express", LinkText(gpu.pcie_generation, gpu.pcie_link_width) + " now, " +
-                                LinkText(gpu.pcie_max_generation, gpu.pcie_max_link_width) + " at most"});
+  table.Add({"PCI Express", PCIExpressText(gpu.pcie_generation, gpu.pcie_link_width) + " now, " +
+                                PCIExpressText(gpu.pcie_max_generation, gpu.pcie_max_link_width) + " at most"});
   std::string title = "Displays";
   for (const std::string& text : DisplayTexts(session, gpu)) table.Add({std::exchange(title, ""), text});
   table.Print(session.out, "  ");

@@ -10,10 +10,10 @@
 
 #include "Vexil/Common/Log.h"
 #include "Vexil/Common/Text.h"
-#include "Vexil/Results/ResultOutput.h"
 #include "Vexil/Version.h"
 #include "cli/Commands.h"
 #include "cli/Description.h"
+#include "cli/Detection.h"
 #include "cli/ExitStatus.h"
 #include "cli/FileName.h"
 #include "cli/Printing.h"
@@ -215,16 +215,13 @@ Session OpenSaved(const Request& request, const std::string& file, std::ostream&
   return {file, std::move(results), nullptr, request.json, request.anonymous, out, err};
 }
 
-/// What a run packs is read as a saved result is, so that both go the same way from here.
 Session OpenThisMachine(const Request& request, std::ostream& out, std::ostream& err) {
   const WaitingLine waiting(err);
   std::optional<DetectionApart> apart;
   if (request.is_apart) apart = DetectApart();
   const auto run = apart ? apart->run : std::make_shared<Detector::Impl>();
-  if (!apart) run->Detect();
-  std::vector<std::uint8_t> buffer;
-  PackResult(run->ToResult(), buffer);
-  Results results = Adapt(UnpackOwnResults(std::move(buffer)), SystemCodePage(), request.anonymous);
+  Results results = apart ? ResultsOf(*run) : DetectHere(*run);
+  results = Adapt(std::move(results), SystemCodePage(), request.anonymous);
   return {{}, std::move(results), run, request.json, request.anonymous, out, err, {}, std::move(apart)};
 }
 

@@ -1,9 +1,5 @@
 #include "cli/DetectApart.h"
 
-#include <fmt/format.h>
-#include <fmt/ranges.h>
-
-#include <charconv>
 #include <map>
 
 #include "Vexil/Common/Log.h"
@@ -12,6 +8,7 @@
 #include "Vexil/Sources/AskSource.h"
 #include "Vexil/SystemInfo/WindowsSystemInfo.h"
 #include "cli/AccountJson.h"
+#include "cli/Hex.h"
 #include "cli/ResultFile.h"
 
 namespace Vexil::Cli {
@@ -65,16 +62,6 @@ void TryLiveMemory(const DetectorsOutputT& records, Account& account) {
   }
 }
 
-std::string ToHex(const std::vector<std::uint8_t>& bytes) { return fmt::format("{:02x}", fmt::join(bytes, "")); }
-
-std::vector<std::uint8_t> FromHex(const std::string& digits) {
-  std::vector<std::uint8_t> bytes(digits.size() / 2);
-  for (std::size_t i = 0; i < bytes.size(); ++i) {
-    std::from_chars(&digits[2 * i], &digits[2 * i] + 2, bytes[i], 16);
-  }
-  return bytes;
-}
-
 Json ToAnswer(const Account& account, std::shared_ptr<SystemT> system, std::shared_ptr<DetectorsOutputT> records) {
   DetectionResultT result;
   result.system = std::move(system);
@@ -111,7 +98,7 @@ DetectionResultT Read(const ChildResult& child, Account& account, ChildFault& fa
     account = AccountFromJson(child.answer.at("account"));
     return UnpackResults(FromHex(child.answer.at("records").get<std::string>()), "its answer").records;
   } catch (const std::exception& error) {
-    fault = {ChildFault::Crashed, std::string("ended without an answer: ") + error.what()};
+    fault = {ChildFault::NoAnswer, Interfaces::kNoAnswer + std::string(": ") + error.what()};
     account = {};
     return {};
   }
@@ -131,7 +118,7 @@ Json AnswerOfSource(const std::string& name) {
 DetectionApart DetectApart() {
   std::vector<const char*> names = {kSystemInformation};
   ForEachSource([&](const auto& source) { names.push_back(source.name); });
-  const auto children = RunChildren(names, kSourceWork);
+  const auto children = RunChildren({}, names, kSourceWork);
   auto child = children.begin();
   DetectionApart apart;
   apart.run = std::make_shared<Detector::Impl>();

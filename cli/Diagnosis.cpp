@@ -58,6 +58,7 @@ State StateOf(const Diagnosis& diagnosis) {
     case ChildFault::NotStarted: return {"not-asked", diagnosis.fault->text};
     case ChildFault::Crashed: return {"crashed", diagnosis.fault->text};
     case ChildFault::Hung: return {"hung", diagnosis.fault->text};
+    case ChildFault::NoAnswer: return {"no-answer", diagnosis.fault->text};
     default: break;
   }
   const Account& account = *diagnosis.account;

@@ -5,29 +5,17 @@
 #include <algorithm>
 
 #include "Vexil/Common/Text.h"
-#include "Vexil/Common/Unknown.h"
 #include "cli/Printing.h"
 #include "cli/Waiting.h"
-#include "interfaces/FindingsJson.h"
 
 namespace Vexil::Cli {
 
 using Interfaces::Device;
-using Interfaces::Findings;
 using Interfaces::Known;
-using Interfaces::PCIPlace;
 using Interfaces::State;
 using Interfaces::Told;
 
 namespace {
-
-std::optional<PCIPlace> PlaceOf(const FlatBuffers::GPUT& gpu) {
-  if (gpu.pci_bus == kUnknown || gpu.pci_device == kUnknown) return std::nullopt;
-  const auto number = [](std::int32_t n) { return static_cast<std::uint32_t>(n); };
-  PCIPlace place = {{}, number(gpu.pci_bus), number(gpu.pci_device), {}};
-  if (gpu.pci_function != kUnknown) place.function = number(gpu.pci_function);
-  return place;
-}
 
 /// What identifies one machine's device: UUIDs, serial numbers, and the last part of Windows' path to it.
 void Anonymize(Device& device) {
@@ -82,20 +70,11 @@ std::string Details(const Known& known) {
 
 }  // namespace
 
-const Findings* Numbers::Of(std::string_view interface) const {
-  const auto found = std::find_if(told.begin(), told.end(), [&](const Told& t) { return t.name == interface; });
-  return found != told.end() ? &found->findings : nullptr;
-}
-
 const Numbers& FindNumbers(const Session& session) {
   if (!session.numbers) {
-    std::vector<std::optional<PCIPlace>> places;
-    for (const auto& gpu : session.results.gpus) places.push_back(PlaceOf(gpu));
     const WaitingLine waiting(session.err);
-    Numbers numbers = {Interfaces::AskInterfaces(), {}};
-    numbers.joined = Interfaces::Join(places, numbers.told);
-    if (session.is_anonymous) Anonymize(numbers);
-    session.numbers = std::move(numbers);
+    session.numbers = AskNumbers(session.results.gpus);
+    if (session.is_anonymous) Anonymize(*session.numbers);
   }
   return *session.numbers;
 }
@@ -108,16 +87,6 @@ TextTable NumbersTable(const std::vector<Known>& known) {
   TextTable table;
   for (const Known& k : known) table.Add({k.interface, k.device.number, Details(k)});
   return table;
-}
-
-Json NumbersJson(const std::vector<Known>& known) {
-  Json list = Json::array();
-  for (const Known& k : known) {
-    Json entry = {{"interface", k.interface}, {"joined_by", k.by}, {"disputed", k.is_disputed}};
-    entry.update(ToJson(k.device));
-    list.push_back(entry);
-  }
-  return list;
 }
 
 void PrintRemarks(std::ostream& out, const Numbers& numbers) {

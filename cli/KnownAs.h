@@ -3,7 +3,6 @@
 #include <string>
 #include <vector>
 
-#include "cli/Json.h"
 #include "cli/Session.h"
 #include "cli/TextTable.h"
 
@@ -17,7 +16,6 @@ std::size_t IndexOf(const Session& session, const FlatBuffers::MatchedGPUT& matc
 
 /// One GPU's numbers, an interface a row.
 TextTable NumbersTable(const std::vector<Interfaces::Known>& known);
-Json NumbersJson(const std::vector<Interfaces::Known>& known);
 
 /// What was contradictory, what is none of the GPUs, and which interfaces failed.
 void PrintRemarks(std::ostream& out, const Numbers& numbers);

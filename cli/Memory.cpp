@@ -7,7 +7,6 @@
 
 #include "Vexil/Common/FormatSize.h"
 #include "Vexil/Common/Unknown.h"
-#include "Vexil/Results/LiveMemory.h"
 #include "cli/Commands.h"
 #include "cli/ExitStatus.h"
 #include "cli/Json.h"
@@ -24,24 +23,6 @@ using FlatBuffers::MatchedGPUT;
 using Selected = std::vector<const MatchedGPUT*>;
 
 namespace {
-
-/// The library counts 1000 bytes per kilobyte where drivers count 1024.
-std::uint64_t InDriversUnits(std::uint64_t bytes) { return bytes / 1000 * 1024; }
-
-std::optional<MemoryUse> AskSystem(const Session& session) {
-  MemoryUse use;
-  if (!session.IsThisMachine() || !QuerySystemMemory(use.free, use.total)) return {};
-  return use;
-}
-
-std::optional<MemoryUse> AskGPU(const Session& session, const MatchedGPUT& matched) {
-  MemoryUse use;
-  if (!session.IsThisMachine() || !QueryGPUMemory(matched, use.free, use.total)) return {};
-  // Of AMD's figures only one is in kilobytes.
-  if (matched.gpu->vendor != FlatBuffers::Vendor::AMD) use.total = InDriversUnits(use.total);
-  use.free = std::min(InDriversUnits(use.free), use.total);
-  return use;
-}
 
 /// The live figures, or the size alone, which every result has.
 std::string MemoryText(const std::optional<MemoryUse>& live, const std::string& size) {
@@ -85,11 +66,14 @@ void PrintTable(std::ostream& out, const Reading& reading) {
 
 Reading Read(const Session& session, const Selected& selected) {
   Reading reading;
-  if (session.IsThisMachine()) reading.time = std::time(nullptr);
-  reading.system = AskSystem(session);
+  if (session.IsThisMachine()) {
+    reading.time = std::time(nullptr);
+    reading.system = AskSystemMemory();
+  }
   reading.ram_mib = session.results.records.system->ram_mib;
   for (const auto* matched : selected) {
-    reading.gpus.push_back({IndexOf(session, *matched), matched, AskGPU(session, *matched)});
+    auto& of_gpu = reading.gpus.emplace_back(GPUReading{IndexOf(session, *matched), matched, {}});
+    if (session.IsThisMachine()) of_gpu.use = AskGPUMemory(*matched);
   }
   return reading;
 }

@@ -6,14 +6,9 @@
 #include <vector>
 
 #include "Vexil/FlatBuffers/DetectionResult_generated.h"
+#include "cli/MemoryUse.h"
 
 namespace Vexil::Cli {
-
-/// Bytes.
-struct MemoryUse {
-  std::uint64_t free = 0;
-  std::uint64_t total = 0;
-};
 
 struct GPUReading {
   std::size_t number = 0;  ///< In the list of GPUs.

@@ -18,9 +18,8 @@ using FlatBuffers::DetectionResultT;
 
 namespace {
 
-// A machine with 64 GPUs makes 200 KB with 1,200 tables and lists of 64. Some room above that is enough, and files that
-// were made up cannot keep the program busy for hours.
-constexpr std::size_t kLargestFile = std::size_t{1} << 20;
+// A machine with 64 GPUs makes 1,200 tables and lists of 64. Some room above that is enough, and files that were made
+// up cannot keep the program busy for hours.
 constexpr flatbuffers::uoffset_t kDeepestNesting = 8;
 constexpr flatbuffers::uoffset_t kMostTables = 8192;
 constexpr std::size_t kLongestList = 1024;

@@ -35,6 +35,9 @@ Results UnpackResults(std::vector<std::uint8_t> buffer, const std::string& name)
 /// machine from others like it.
 Results Adapt(Results results, unsigned code_page, bool is_anonymous);
 
+/// A machine with 64 GPUs makes 200 KB.
+constexpr std::size_t kLargestFile = std::size_t{1} << 20;
+
 /// The content of a file. Throws an Error where it cannot be read.
 std::vector<std::uint8_t> ReadFile(const std::string& path);
 

@@ -8,19 +8,10 @@
 
 #include "Vexil/DetectorImpl.h"
 #include "cli/DetectApart.h"
+#include "cli/Numbers.h"
 #include "cli/ResultFile.h"
-#include "interfaces/Join.h"
 
 namespace Vexil::Cli {
-
-/// By which numbers interfaces know the GPUs.
-struct Numbers {
-  std::vector<Interfaces::Told> told;
-  Interfaces::Joined joined;
-
-  /// Null where this interface was not asked.
-  const Interfaces::Findings* Of(std::string_view interface) const;
-};
 
 /// One result that a command works with.
 struct Session {

@@ -29,7 +29,9 @@ endif()
 target_compile_options(vexil_settings INTERFACE "$<$<COMPILE_LANGUAGE:CXX>:${options}>")
 
 if(MINGW)
-  target_link_options(vexil_settings INTERFACE -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat)
+  target_link_options(vexil_settings INTERFACE -Wl,--dynamicbase -Wl,--high-entropy-va -Wl,--nxcompat
+    # The same sources make the same bytes, whenever they are linked.
+    -Wl,--no-insert-timestamp)
   # The stack protector's few functions, as a library that cannot be checked by itself.
   add_library(vexil_stack_guard STATIC ${CMAKE_CURRENT_LIST_DIR}/StackGuard.cpp)
   target_compile_options(vexil_stack_guard PRIVATE -O2 -fno-stack-protector)

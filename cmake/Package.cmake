@@ -12,6 +12,15 @@ install(TARGETS vexil EXPORT VexilTargets
   RUNTIME DESTINATION bin
   ARCHIVE DESTINATION lib
   INCLUDES DESTINATION include include/Vexil/third_party)
+if(TARGET vexil_c)
+  install(TARGETS vexil_c RUNTIME DESTINATION bin ARCHIVE DESTINATION lib)
+  if(MINGW)
+    install(FILES ${PROJECT_BINARY_DIR}/c_interface/vexil_c.lib DESTINATION lib)
+  endif()
+  install(FILES c_interface/vexil_c.h c_interface/vexil.hpp DESTINATION include)
+  # For compilers with an import format of their own.
+  install(FILES c_interface/vexil_c.def DESTINATION share/Vexil)
+endif()
 if(VEXIL_BUILD_PROGRAMS)
   install(TARGETS vexil_exe vexil_sim_exe RUNTIME DESTINATION bin)
 endif()
@@ -31,7 +40,7 @@ install(FILES $<TARGET_LINKER_FILE:log4cxx> DESTINATION lib)
 
 install(FILES README.md CHANGELOG.md DESTINATION share/doc/Vexil)
 # Side by side, as their links expect.
-install(DIRECTORY docs examples DESTINATION share/doc/Vexil PATTERN CMakeLists.txt EXCLUDE)
+install(DIRECTORY docs examples DESTINATION share/doc/Vexil)
 install(FILES simulation/README.md DESTINATION share/doc/Vexil/simulation)
 install(FILES tests/machines/five-gpus.json tests/machines/hybrid-laptop.json DESTINATION share/doc/Vexil/tests/machines)
 if(VEXIL_LICENSES_DIR)
@@ -65,6 +74,14 @@ install(FILES ${PROJECT_BINARY_DIR}/package/VexilConfig.cmake ${PROJECT_BINARY_D
 
 set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_NAME Vexil)
-set(CPACK_PACKAGE_FILE_NAME Vexil-${PROJECT_VERSION}-windows-x64)
+# Vexil::Vexil is for hosts of this compiler only.
+string(REGEX MATCH "^[0-9]+" compiler_version ${CMAKE_CXX_COMPILER_VERSION})
+if(MINGW)
+  set(toolset mingw-gcc${compiler_version})
+else()
+  set(toolset msvc${compiler_version})
+endif()
+string(REPLACE "_" "." package_version ${VEXIL_VERSION_TEXT})
+set(CPACK_PACKAGE_FILE_NAME Vexil-${package_version}-windows-x64-${toolset})
 set(CPACK_STRIP_FILES ON)
 include(CPack)

@@ -3,12 +3,10 @@
 #include <fmt/format.h>
 
 #include <algorithm>
-#include <chrono>
 #include <cstdio>
 #include <string_view>
 
 #include "Vexil/Common/Progress.h"
-#include "interfaces/platform/Processes.h"
 #include "text/CodePage.h"
 #include "text/UTF8.h"
 
@@ -16,9 +14,6 @@ namespace Vexil::Interfaces {
 namespace {
 
 constexpr std::string_view kChildArgument = "--as-child";
-
-/// As long as a machine with many cards takes to start its slowest driver, several times over.
-constexpr std::chrono::seconds kLimit(15);
 
 // Drivers print to the same place, so each line of a child's own begins with one of these characters: its answer, and
 // before that each call that it is about to make.
@@ -60,7 +55,7 @@ std::optional<std::string> LastLine(const std::string& output, char mark) {
   return output.substr(start + 1, end == std::string::npos ? end : end - start - 1);
 }
 
-ChildFault FaultOf(const ProcessEnd& end) {
+ChildFault FaultOf(const ProcessEnd& end, std::chrono::milliseconds limit) {
   ChildFault fault;
   // Longer than any function's name is only what some driver printed.
   constexpr std::size_t kLongestName = 100;
@@ -73,35 +68,36 @@ ChildFault FaultOf(const ProcessEnd& end) {
       return fault;
     case ProcessEnd::TimedOut:
       fault.kind = ChildFault::Hung;
-      fault.text = fmt::format("hung{} and was ended after {} s", in_call, kLimit.count());
+      fault.text = fmt::format("hung{} and was ended after {:g} s", in_call, static_cast<double>(limit.count()) / 1000);
       return fault;
     default: break;
   }
-  fault.kind = ChildFault::Crashed;
   const auto milliseconds = end.duration.count();
+  // What Windows ends a process with are statuses of this kind.
   if (end.code >= 0xC0000000U) {
-    // What Windows ends a process with are statuses of this kind.
+    fault.kind = ChildFault::Crashed;
     fault.text = fmt::format("crashed{} after {} ms (0x{:08X})", in_call, milliseconds, end.code);
-  } else if (end.code != 0) {
-    fault.text = fmt::format("ended with status {}{} after {} ms", end.code, in_call, milliseconds);
-  } else {
-    fault.text = fmt::format("ended without an answer{}", in_call);
+    return fault;
   }
+  fault.kind = ChildFault::NoAnswer;
+  fault.text = end.code != 0 ? fmt::format("ended with status {}{} after {} ms", end.code, in_call, milliseconds)
+                             : kNoAnswer + in_call;
   return fault;
 }
 
-ChildResult ReadResult(const ProcessEnd& end) {
+ChildResult ReadResult(const ProcessEnd& end, std::chrono::milliseconds limit) {
   if (const auto line = LastLine(end.output, kAnswerMark)) {
     const Json answer = Json::parse(*line, nullptr, false);
     // A driver that crashes at the very end has told all that it knows.
     if (answer.is_object()) return {answer};
   }
-  return {{}, FaultOf(end)};
+  return {{}, FaultOf(end, limit)};
 }
 
 }  // namespace
 
-std::vector<ChildResult> RunChildren(const std::vector<const char*>& names, const ChildWork& work) {
+std::vector<ChildResult> RunChildren(const Helper& helper, const std::vector<const char*>& names,
+                                     const ChildWork& work) {
   std::vector<std::vector<std::string>> arguments;
   arguments.reserve(names.size());
   for (const char* name : names) arguments.push_back({std::string(kChildArgument), work.kind, name});
@@ -111,8 +107,8 @@ std::vector<ChildResult> RunChildren(const std::vector<const char*>& names, cons
   const auto waits_for = [&](std::size_t child) { NoteSource(names[child]); };
   std::vector<ChildResult> results;
   results.reserve(names.size());
-  for (const ProcessEnd& end : RunThisProgram(arguments, kLimit, waits_for, in_this_process)) {
-    results.push_back(ReadResult(end));
+  for (const ProcessEnd& end : RunAtOnce(helper.program, arguments, helper.limit, waits_for, in_this_process)) {
+    results.push_back(ReadResult(end, helper.limit));
   }
   NoteSource(nullptr);
   return results;

@@ -63,7 +63,7 @@ Json AnswerFor(const std::string& name) {
   return ToJson(findings);
 }
 
-std::vector<Told> AskInterfaces() {
+std::vector<Told> AskInterfaces(const Helper& helper) {
   std::vector<Told> told;
   std::vector<const char*> names;
   for (const Interface& interface : kInterfaces) {
@@ -71,12 +71,13 @@ std::vector<Told> AskInterfaces() {
     told.push_back({interface.name, {}});
     names.push_back(interface.name);
   }
-  const auto results = RunChildren(names, kInterfaceWork);
+  const auto results = RunChildren(helper, names, kInterfaceWork);
   for (std::size_t i = 0; i < told.size(); ++i) {
-    const bool has_answer = results[i].fault.kind == ChildFault::None;
-    const auto findings = has_answer ? FromJson(results[i].answer) : std::nullopt;
-    const std::string fault = has_answer ? "ended without an answer" : results[i].fault.text;
-    told[i].findings = findings.value_or(Findings{State::Failed, {}, {fault}, {}});
+    ChildFault fault = results[i].fault;
+    const auto findings = fault.kind == ChildFault::None ? FromJson(results[i].answer) : std::nullopt;
+    if (!findings && fault.kind == ChildFault::None) fault = {ChildFault::NoAnswer, kNoAnswer};
+    told[i].findings = findings.value_or(Findings{State::Failed, {}, {fault.text}, {}});
+    told[i].fault = fault.kind;
   }
   return told;
 }

@@ -53,10 +53,11 @@ inline constexpr ChildWork kInterfaceWork = {"interface", AnswerFor};
 struct Told {
   const char* name = nullptr;
   Findings findings;
+  ChildFault::Kind fault = ChildFault::None;
 };
 
 /// Asks each interface in a child process of its own, all at once. What a child that died leaves unknown is a failure
 /// of its interface.
-std::vector<Told> AskInterfaces();
+std::vector<Told> AskInterfaces(const Helper& helper = {});
 
 }  // namespace Vexil::Interfaces

@@ -44,6 +44,9 @@ void PinLibrary(const char* file_name) {
   Pin(file_name);
 }
 
+// The machine has one folder.
+void OpenFromSystemFolderOnly() {}
+
 std::string SystemErrorText(std::uint32_t error) {
   switch (error) {
     case kModuleNotFound: return "Module not found.";

@@ -4,13 +4,22 @@
 #include "interfaces/platform/Crash.h"
 #include "interfaces/platform/Environment.h"
 #include "interfaces/platform/LibraryFile.h"
-#include "interfaces/platform/Processes.h"
 #include "interfaces/platform/RemoteSession.h"
 #include "simulation/SimulatedLibraries.h"
+#include "simulation/SimulatedPrograms.h"
 
 // What Windows answers where the programs ask it.
 
-namespace Vexil::Interfaces {
+namespace Vexil {
+namespace {
+
+Simulation::ProgramRun the_program_run;
+
+}  // namespace
+
+void Simulation::RunProgramsAs(ProgramRun run) { the_program_run = std::move(run); }
+
+namespace Interfaces {
 
 using namespace Simulation;
 
@@ -53,16 +62,21 @@ std::vector<DisplayPath> GetDisplayPaths() {
   return CallFails("QueryDisplayConfig") ? std::vector<DisplayPath>() : TheMachine().display_paths;
 }
 
-std::vector<ProcessEnd> RunThisProgram(
-    const std::vector<std::vector<std::string>>& arguments, std::chrono::milliseconds /*limit*/,
-    const std::function<void(std::size_t child)>& waits_for,
+// Programs go by their names alone.
+std::filesystem::path ThisProgram() { return "vexil"; }
+std::filesystem::path OwnFolder() { return {}; }
+
+std::vector<ProcessEnd> RunAtOnce(
+    const std::filesystem::path& program, const std::vector<std::vector<std::string>>& arguments,
+    std::chrono::milliseconds /*limit*/, const std::function<void(std::size_t child)>& waits_for,
     const std::function<std::string(const std::vector<std::string>& arguments)>& in_this_process) {
   // What a child does to its environment is the child's own affair.
   const auto environment = TheMachine().environment;
   std::vector<ProcessEnd> ends;
   for (const auto& of_child : arguments) {
     waits_for(ends.size());
-    ends.push_back({ProcessEnd::Ended, 0, in_this_process(of_child)});
+    auto end = the_program_run ? the_program_run(program, of_child) : std::nullopt;
+    ends.push_back(end ? std::move(*end) : ProcessEnd{ProcessEnd::Ended, 0, in_this_process(of_child)});
     for (const auto& [name, value] : std::map(TheMachine().environment)) ChangeVariable(name, std::nullopt);
     for (const auto& [name, value] : environment) ChangeVariable(name, value);
   }
@@ -92,4 +106,5 @@ ProcessEnd RunProgram(const std::vector<std::string>& command_line) {
   return end;
 }
 
-}  // namespace Vexil::Interfaces
+}  // namespace Interfaces
+}  // namespace Vexil

@@ -2,14 +2,22 @@
 
 #include <windows.h>
 
+#include <atomic>
+
 #include "Vexil/Common/Text.h"
 
 namespace Vexil {
+namespace {
+
+/// What LoadLibraryEx is told; 0 is Windows' own search.
+std::atomic<DWORD> the_search = 0;
+
+}  // namespace
 
 void* OpenLibrary(const char* file_name, std::uint32_t& error) {
   DWORD mode = 0;
   const BOOL is_set = SetThreadErrorMode(SEM_FAILCRITICALERRORS | SEM_NOOPENFILEERRORBOX, &mode);
-  void* library = LoadLibraryA(file_name);
+  void* library = LoadLibraryExA(file_name, nullptr, the_search);
   if (library == nullptr) error = GetLastError();
   if (is_set != FALSE) SetThreadErrorMode(mode, nullptr);
   return library;
@@ -32,6 +40,8 @@ void TrustSystemFolderOnly() {
       reinterpret_cast<void*>(GetProcAddress(GetModuleHandleA("kernel32.dll"), "SetDefaultDllDirectories")));
   if (set != nullptr) set(LOAD_LIBRARY_SEARCH_SYSTEM32);
 }
+
+void OpenFromSystemFolderOnly() { the_search = LOAD_LIBRARY_SEARCH_SYSTEM32; }
 
 std::string SystemErrorText(std::uint32_t error) {
   char buffer[512] = {};

@@ -22,6 +22,10 @@ void PinLibrary(const char* file_name);
 /// or on PATH, where anybody might have put one.
 void TrustSystemFolderOnly();
 
+/// The same for OpenLibrary alone: how the rest of the process finds its libraries is not changed. Windows 7 without
+/// its update KB2533623 then opens none.
+void OpenFromSystemFolderOnly();
+
 /// Windows' text for one of its error numbers, without a line end; empty where it has none.
 std::string SystemErrorText(std::uint32_t error);
 

@@ -37,9 +37,9 @@ void AppendQuoted(std::string& line, const std::string& argument) {
   line += '"';
 }
 
-std::string ThisProgram() {
-  std::string path(32768, '\0');
-  path.resize(GetModuleFileNameA(nullptr, path.data(), static_cast<DWORD>(path.size())));
+std::filesystem::path FileOf(HMODULE module) {
+  std::wstring path(32768, L'\0');
+  path.resize(GetModuleFileNameW(module, path.data(), static_cast<DWORD>(path.size())));
   return path;
 }
 
@@ -53,8 +53,8 @@ std::int64_t Count(const FILETIME& time) {
 /// A process that inherits nothing but its streams.
 class Child {
  public:
-  Child(const std::vector<std::string>& arguments, HANDLE job, HANDLE nothing) {
-    if (!Start(arguments, job, nothing)) m_end = {ProcessEnd::NotStarted, GetLastError()};
+  Child(const std::filesystem::path& program, const std::vector<std::string>& arguments, HANDLE job, HANDLE nothing) {
+    if (!Start(program, arguments, job, nothing)) m_end = {ProcessEnd::NotStarted, GetLastError()};
   }
 
   bool IsRunning() const { return m_process != nullptr && WaitForSingleObject(m_process.get(), 0) == WAIT_TIMEOUT; }
@@ -92,7 +92,8 @@ class Child {
   }
 
  private:
-  bool Start(const std::vector<std::string>& arguments, HANDLE job, HANDLE nothing) {
+  bool Start(const std::filesystem::path& program, const std::vector<std::string>& arguments, HANDLE job,
+             HANDLE nothing) {
     SECURITY_ATTRIBUTES inheritable = {sizeof(inheritable), nullptr, TRUE};
     HANDLE read = nullptr;
     HANDLE write = nullptr;
@@ -112,11 +113,10 @@ class Child {
     UpdateProcThreadAttribute(attributes, 0, PROC_THREAD_ATTRIBUTE_HANDLE_LIST, streams, sizeof(streams), nullptr,
                               nullptr);
 
-    const std::string program = ThisProgram();
-    std::string line;
-    AppendQuoted(line, program);
+    std::string line = "vexil";
     for (const std::string& argument : arguments) AppendQuoted(line, argument);
-    STARTUPINFOEXA start = {};
+    std::wstring wide_line(line.begin(), line.end());
+    STARTUPINFOEXW start = {};
     start.StartupInfo.cb = sizeof(start);
     start.StartupInfo.dwFlags = STARTF_USESTDHANDLES;
     start.StartupInfo.hStdInput = nothing;
@@ -124,7 +124,7 @@ class Child {
     start.StartupInfo.hStdError = nothing;
     start.lpAttributeList = attributes;
     PROCESS_INFORMATION process = {};
-    const BOOL started = CreateProcessA(program.c_str(), line.data(), nullptr, nullptr, TRUE,
+    const BOOL started = CreateProcessW(program.c_str(), wide_line.data(), nullptr, nullptr, TRUE,
                                         EXTENDED_STARTUPINFO_PRESENT | CREATE_SUSPENDED | CREATE_NO_WINDOW, nullptr,
                                         nullptr, &start.StartupInfo, &process);
     DeleteProcThreadAttributeList(attributes);
@@ -151,9 +151,20 @@ Handle MakeJob() {
 
 }  // namespace
 
-std::vector<ProcessEnd> RunThisProgram(
-    const std::vector<std::vector<std::string>>& arguments, std::chrono::milliseconds limit,
-    const std::function<void(std::size_t child)>& waits_for,
+std::filesystem::path ThisProgram() { return FileOf(nullptr); }
+
+std::filesystem::path OwnFolder() {
+  // Any address in this module.
+  static const char address = 0;
+  HMODULE module = nullptr;
+  GetModuleHandleExA(GET_MODULE_HANDLE_EX_FLAG_FROM_ADDRESS | GET_MODULE_HANDLE_EX_FLAG_UNCHANGED_REFCOUNT, &address,
+                     &module);
+  return FileOf(module).parent_path();
+}
+
+std::vector<ProcessEnd> RunAtOnce(
+    const std::filesystem::path& program, const std::vector<std::vector<std::string>>& arguments,
+    std::chrono::milliseconds limit, const std::function<void(std::size_t child)>& waits_for,
     const std::function<std::string(const std::vector<std::string>& arguments)>& /*in_this_process*/) {
   const Handle job = MakeJob();
   SECURITY_ATTRIBUTES inheritable = {sizeof(inheritable), nullptr, TRUE};
@@ -163,7 +174,7 @@ std::vector<ProcessEnd> RunThisProgram(
   std::vector<std::unique_ptr<Child>> children;
   children.reserve(arguments.size());
   for (const auto& of_child : arguments) {
-    children.push_back(std::make_unique<Child>(of_child, job.get(), nothing.get()));
+    children.push_back(std::make_unique<Child>(program, of_child, job.get(), nothing.get()));
   }
   const auto is_running = [](const auto& child) { return child->IsRunning(); };
   while (Clock::now() < deadline) {

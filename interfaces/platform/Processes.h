@@ -2,6 +2,7 @@
 
 #include <chrono>
 #include <cstdint>
+#include <filesystem>
 #include <functional>
 #include <string>
 #include <vector>
@@ -16,13 +17,18 @@ struct ProcessEnd {
   std::chrono::milliseconds duration = {};  ///< From its start to its end.
 };
 
-/// Starts the program that this process runs once for each list of arguments, all at once, and waits for all. A process
-/// that runs longer than the limit is ended, and so are all when this one ends. `waits_for` is told now and then which
-/// of them is waited for, by its place in the list. Where programs cannot be started, as on a simulated machine,
+/// The program that this process runs.
+std::filesystem::path ThisProgram();
+/// The folder of the program or DLL that this code is in.
+std::filesystem::path OwnFolder();
+
+/// Starts a program once for each list of arguments, which are ASCII, all at once, and waits for all. A process that
+/// runs longer than the limit is ended, and so are all when this one ends. `waits_for` is told now and then which of
+/// them is waited for, by its place in the list. Where programs cannot be started, as on a simulated machine,
 /// `in_this_process` gives the output instead.
-std::vector<ProcessEnd> RunThisProgram(
-    const std::vector<std::vector<std::string>>& arguments, std::chrono::milliseconds limit,
-    const std::function<void(std::size_t child)>& waits_for,
+std::vector<ProcessEnd> RunAtOnce(
+    const std::filesystem::path& program, const std::vector<std::vector<std::string>>& arguments,
+    std::chrono::milliseconds limit, const std::function<void(std::size_t child)>& waits_for,
     const std::function<std::string(const std::vector<std::string>& arguments)>& in_this_process);
 
 /// In a process so started: from now on no fault opens a dialog.

@@ -10,34 +10,12 @@
 #include <regex>
 
 #include "Vexil/Version.h"
+#include "tests/windows/Module.h"
 
 namespace Vexil::Tests {
 namespace {
 
 using Texts = std::vector<std::string>;
-
-template <typename Type>
-const Type* InModule(HMODULE module, std::size_t offset) {
-  return reinterpret_cast<const Type*>(reinterpret_cast<const std::byte*>(module) + offset);
-}
-
-/// One of the tables that the loader reads.
-template <typename Type>
-const Type* Directory(HMODULE module, std::size_t entry) {
-  const auto* headers =
-      InModule<IMAGE_NT_HEADERS>(module, static_cast<std::size_t>(InModule<IMAGE_DOS_HEADER>(module, 0)->e_lfanew));
-  return InModule<Type>(module, headers->OptionalHeader.DataDirectory[entry].VirtualAddress);
-}
-
-Texts ExportsOf(HMODULE module) {
-  const auto* exports = Directory<IMAGE_EXPORT_DIRECTORY>(module, IMAGE_DIRECTORY_ENTRY_EXPORT);
-  const auto* names = InModule<DWORD>(module, exports->AddressOfNames);
-  Texts texts;
-  for (DWORD index = 0; index < exports->NumberOfNames; ++index)
-    texts.emplace_back(InModule<char>(module, names[index]));
-  EXPECT_EQ(exports->NumberOfFunctions, exports->NumberOfNames) << "something is exported by number only";
-  return texts;
-}
 
 TEST(FinishedLibrary, ExportsItsOneFunctionAndWhatDriversLookFor) {
   const HMODULE library = LoadLibraryA("vexil.dll");
