@@ -8,7 +8,7 @@
 int main(int count, char** arguments) try {
   vexil::Options options;
   options.isolated = true;
-  options.time_limit = std::chrono::seconds(count > 1 ? std::atoi(arguments[1]) : 30);
+  options.time_limit = std::chrono::seconds(count > 1 ? std::strtol(arguments[1], nullptr, 10) : 30);
   const auto gpus = vexil::Detect(options).GPUs();
   for (const vexil::GPU& gpu : gpus) std::cout << gpu.name << '\n';
   return gpus.empty() ? 1 : 0;

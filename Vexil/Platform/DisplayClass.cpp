@@ -19,13 +19,15 @@ constexpr GUID kDeviceProperties = {0xa45c254e, 0xdf1c, 0x4efd, {0x80, 0x20, 0x6
 constexpr DEVPROPKEY kBusNumber = {kDeviceProperties, 23};
 constexpr DEVPROPKEY kAddress = {kDeviceProperties, 30};
 
+HDEVINFO ListPresentDevices() {
+  NoteCall("SetupDiGetClassDevsA");
+  return SetupDiGetClassDevsA(&kDisplayClass, nullptr, nullptr, DIGCF_PRESENT);
+}
+
 }  // namespace
 
 struct DisplayClassDevices::Walk {
-  Walk() {
-    NoteCall("SetupDiGetClassDevsA");
-    list = SetupDiGetClassDevsA(&kDisplayClass, nullptr, nullptr, DIGCF_PRESENT);
-  }
+  Walk() : list(ListPresentDevices()) {}
   ~Walk() {
     if (list != INVALID_HANDLE_VALUE) SetupDiDestroyDeviceInfoList(list);
   }
@@ -54,7 +56,7 @@ struct DisplayClassDevices::Walk {
     return value;
   }
 
-  HDEVINFO list = INVALID_HANDLE_VALUE;
+  HDEVINFO list;
   SP_DEVINFO_DATA device = {};
   DWORD next = 0;
 };

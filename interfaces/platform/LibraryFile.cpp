@@ -26,7 +26,7 @@ static_assert(offsetof(VersionResource, numbers) == 40);
 
 // version.dll would tell the same, but as a DLL that this program is linked with it could be planted beside it.
 std::string ReadVersion(HMODULE module) {
-  const HRSRC resource = FindResourceA(module, MAKEINTRESOURCEA(VS_VERSION_INFO), MAKEINTRESOURCEA(16));
+  HRSRC resource = FindResourceA(module, MAKEINTRESOURCEA(VS_VERSION_INFO), MAKEINTRESOURCEA(16));
   if (resource == nullptr || SizeofResource(module, resource) < sizeof(VersionResource)) return {};
   const HGLOBAL loaded = LoadResource(module, resource);
   const void* bytes = loaded != nullptr ? LockResource(loaded) : nullptr;
