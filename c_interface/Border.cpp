@@ -16,7 +16,7 @@ thread_local char t_error[1024];
 void SetError(const char* text) noexcept {
   std::size_t length = std::min(std::strlen(text), sizeof(t_error) - 1);
   // No half of a character at the cut.
-  while (text[length] != '\0' && length > 0 && (static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80) --length;
+  while (length > 0 && text[length] != '\0' && (static_cast<unsigned char>(text[length]) & 0xC0U) == 0x80) --length;
   std::memcpy(t_error, text, length);
   t_error[length] = '\0';
 }

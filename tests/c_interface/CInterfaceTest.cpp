@@ -67,7 +67,7 @@ TEST_P(CInterfaceOnMachines, TellsWhatTheProgramTells) {
   EXPECT_EQ(JSONOf(SnapshotPtr(loaded)), JSONOf(snapshot));
 }
 
-INSTANTIATE_TEST_SUITE_P(, CInterfaceOnMachines, testing::ValuesIn(MachineNames()), ToTestName);
+INSTANTIATE_TEST_SUITE_P(Machines, CInterfaceOnMachines, testing::ValuesIn(MachineNames()), ToTestName);
 
 class CInterfaceTest : public ProgramTest {
  protected:
