@@ -24,8 +24,6 @@ endif()
 if(VEXIL_BUILD_PROGRAMS)
   install(TARGETS vexil_exe vexil_sim_exe RUNTIME DESTINATION bin)
 endif()
-set(runtime_dlls $<TARGET_RUNTIME_DLLS:vexil> ${VEXIL_COMPILER_DLLS})
-install(FILES ${runtime_dlls} DESTINATION bin)
 
 install(FILES Vexil/Vexil.h DESTINATION include/Vexil)
 install(FILES ${VEXIL_RECORDS_HEADER} DESTINATION include/Vexil/FlatBuffers)
@@ -52,10 +50,30 @@ endif()
 
 install(EXPORT VexilTargets NAMESPACE Vexil:: DESTINATION lib/cmake/Vexil)
 
-# Names alone: the folders are those of the machine that makes the package. A generator expression that takes
-# a list to its file names is younger than the CMake that Debian has, so the installation does it.
+if(MSVC)
+  foreach(target IN ITEMS vexil vexil_c vexil_exe vexil_sim_exe)
+    if(TARGET ${target})
+      install(FILES $<TARGET_PDB_FILE:${target}> DESTINATION bin)
+    endif()
+  endforeach()
+endif()
+
+# What the library loads, and what that loads in turn: of log4cxx's own libraries its target does not tell. Windows' DLLs
+# are left out, Microsoft's runtime among them, and are not found elsewhere than on Windows.
+if(MINGW)
+  set(pe_reader "set(CMAKE_GET_RUNTIME_DEPENDENCIES_TOOL objdump)
+  set(CMAKE_GET_RUNTIME_DEPENDENCIES_COMMAND \"${CMAKE_OBJDUMP}\")")
+endif()
+if(NOT CMAKE_HOST_WIN32)
+  set(not_found UNRESOLVED_DEPENDENCIES_VAR windows_dlls)
+endif()
 install(CODE "
-  set(dlls \"${runtime_dlls}\")
+  set(CMAKE_GET_RUNTIME_DEPENDENCIES_PLATFORM windows+pe)
+  ${pe_reader}
+  file(GET_RUNTIME_DEPENDENCIES LIBRARIES \"$<TARGET_FILE:vexil>\" DIRECTORIES \"$<TARGET_FILE_DIR:log4cxx>\"
+    RESOLVED_DEPENDENCIES_VAR dlls ${not_found}
+    PRE_EXCLUDE_REGEXES [[^(api|ext)-ms-]] POST_EXCLUDE_REGEXES [[/[Ss]ystem32/]])
+  file(INSTALL DESTINATION \"\${CMAKE_INSTALL_PREFIX}/bin\" FILES \${dlls})
   foreach(dll IN LISTS dlls)
     cmake_path(GET dll FILENAME name)
     list(APPEND names \${name})
@@ -76,10 +94,9 @@ set(CPACK_GENERATOR ZIP)
 set(CPACK_PACKAGE_NAME Vexil)
 # Vexil::Vexil is for hosts of this compiler only.
 string(REGEX MATCH "^[0-9]+" compiler_version ${CMAKE_CXX_COMPILER_VERSION})
+string(TOLOWER ${CMAKE_CXX_COMPILER_ID}${compiler_version} toolset)
 if(MINGW)
-  set(toolset mingw-gcc${compiler_version})
-else()
-  set(toolset msvc${compiler_version})
+  string(REPLACE "gnu" "gcc" toolset mingw-${toolset})
 endif()
 string(REPLACE "_" "." package_version ${VEXIL_VERSION_TEXT})
 set(CPACK_PACKAGE_FILE_NAME Vexil-${package_version}-windows-x64-${toolset})

@@ -7,6 +7,7 @@
 #include "Vexil/Results/ResultOutput.h"
 #include "Vexil/Sources/Sources.h"
 #include "tests/support/MachineTest.h"
+#include "tests/windows/Wine.h"
 
 // vexil.dll as it is shipped, beside the simulated drivers as DLLs. Windows tells it nothing here: there is no screen.
 
@@ -80,10 +81,17 @@ void ExpectEqual(const std::vector<std::shared_ptr<Record>>& left, const std::ve
   for (std::size_t i = 0; i < left.size(); ++i) EXPECT_TRUE(*left[i] == *right[i]) << "record " << i;
 }
 
-class DriverDLLs : public testing::TestWithParam<std::string> {};
+class OneMachine : public testing::Test {
+  void SetUp() override {
+    if (GetModuleHandleA("vexil.dll") != nullptr) GTEST_SKIP() << "One machine per process; ctest does that.";
+    if (!IsWine()) GTEST_SKIP() << "needs a machine without GPU and screen";
+  }
+};
+class DriverDLLs : public OneMachine, public testing::WithParamInterface<std::string> {};
+class BinaryInterface : public OneMachine {};
+class Unloading : public OneMachine {};
 
 TEST_P(DriverDLLs, TellTheFinishedLibraryTheirMachine) {
-  if (GetModuleHandleA("vexil.dll") != nullptr) GTEST_SKIP() << "One machine per process; ctest does that.";
   Detector& detector = LoadDetector(GetParam());
   detector.Detect({.KeepMarker = true, .Silent = true});
   std::vector<std::uint8_t> buffer;
@@ -113,8 +121,7 @@ TEST_P(DriverDLLs, TellTheFinishedLibraryTheirMachine) {
 
 INSTANTIATE_TEST_SUITE_P(Machines, DriverDLLs, testing::ValuesIn(MachineNames()), ToTestName);
 
-TEST(BinaryInterface, KeepsEachOperationInItsPlace) {
-  if (GetModuleHandleA("vexil.dll") != nullptr) GTEST_SKIP() << "One machine per process; ctest does that.";
+TEST_F(BinaryInterface, KeepsEachOperationInItsPlace) {
   Places& places = *reinterpret_cast<Places*>(&LoadDetector("five-gpus"));
   EXPECT_EQ(places.Place1(), 1);
   DetectOptions silently;
@@ -153,8 +160,7 @@ TEST(BinaryInterface, KeepsEachOperationInItsPlace) {
   EXPECT_EQ(stream.str(), std::string(buffer.begin(), buffer.end()));
 }
 
-TEST(Unloading, LeavesWhatTheNextLoadNeeds) {
-  if (GetModuleHandleA("vexil.dll") != nullptr) GTEST_SKIP() << "One machine per process; ctest does that.";
+TEST_F(Unloading, LeavesWhatTheNextLoadNeeds) {
   for (int time = 0; time < 5; ++time) {
     Detector& detector = LoadDetector("five-gpus");
     EXPECT_TRUE(detector.Detect({.KeepMarker = true, .Silent = true}));

@@ -7,6 +7,8 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "tests/windows/Wine.h"
+
 namespace Vexil::Tests {
 namespace {
 
@@ -119,7 +121,7 @@ void RemoveSeeds() {
 }  // namespace
 
 SeededDesktop::SeededDesktop(const std::vector<SeededGPU>& gpus) {
-  if (!IsPossible()) throw std::runtime_error("only Wine's desktop can be seeded");
+  if (!IsWine()) throw std::runtime_error("only Wine's desktop can be seeded");
   // Wine describes its own adapter when the desktop is first used; after that it only reads.
   GetDesktopWindow();
   DISPLAY_DEVICEA device = {};
@@ -131,10 +133,6 @@ SeededDesktop::SeededDesktop(const std::vector<SeededGPU>& gpus) {
 }
 
 SeededDesktop::~SeededDesktop() { RemoveSeeds(); }
-
-bool SeededDesktop::IsPossible() {
-  return GetProcAddress(GetModuleHandleA("ntdll.dll"), "wine_get_version") != nullptr;
-}
 
 std::string SeededDesktop::DriverOf(std::size_t gpu) { return fmt::format("{}\\{:04}", kDisplayClass, gpu + 100); }
 std::string SeededDesktop::AdapterKeyOf(std::size_t gpu) { return fmt::format("{}{:012X}}}", kGUIDStart, gpu); }

@@ -41,9 +41,6 @@ class SeededDesktop {
   SeededDesktop(const SeededDesktop&) = delete;
   SeededDesktop& operator=(const SeededDesktop&) = delete;
 
-  /// False on Windows itself, whose registry is not to be touched.
-  static bool IsPossible();
-
   /// What the window system and SetupAPI call the GPU's driver, and the key of its adapter.
   static std::string DriverOf(std::size_t gpu);
   static std::string AdapterKeyOf(std::size_t gpu);
