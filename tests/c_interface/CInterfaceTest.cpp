@@ -19,9 +19,9 @@ using nlohmann::json;
 class CInterfaceOnMachines : public ProgramTest, public testing::WithParamInterface<std::string> {};
 
 /// The number of a GPU in the list of what knows it; -1 where there is none, or it is contradictory.
-json NumberIn(const json& known_as, const std::string& interface) {
+std::string NumberIn(const json& known_as, const std::string& interface) {
   for (const json& known : known_as) {
-    if (known["interface"] == interface && !known["disputed"].get<bool>()) return known["number"];
+    if (known["interface"] == interface && !known["disputed"].get<bool>()) return known["number"].get<std::string>();
   }
   return "-1";
 }
@@ -45,7 +45,7 @@ TEST_P(CInterfaceOnMachines, TellsWhatTheProgramTells) {
     const vexil_gpu gpu = GPUOf(snapshot, i);
     const json& expected = list[i];
     const json& known_as = ids[i]["known_as"];
-    EXPECT_EQ(gpu.id, expected["id"]);
+    EXPECT_EQ(gpu.id, expected["id"].get<std::string>());
     EXPECT_EQ(gpu.pci_location, MemberOr<std::string>(expected, "pci_location", ""));
     EXPECT_EQ(gpu.pci_bus, MemberOr(expected, "pci_bus", -1));
     EXPECT_EQ(gpu.vram_mib, MemberOr(expected, "vram_mib", -1));
