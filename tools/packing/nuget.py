@@ -27,6 +27,7 @@ PARTS = {
   <Default Extension="dll" ContentType="application/octet" />
   <Default Extension="exe" ContentType="application/octet" />
   <Default Extension="xml" ContentType="application/octet" />
+  <Default Extension="txt" ContentType="application/octet" />
 </Types>
 """,
     "_rels/.rels": """<?xml version="1.0" encoding="utf-8"?>
