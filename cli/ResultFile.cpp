@@ -119,11 +119,13 @@ std::vector<std::uint8_t> ReadFile(const std::string& path) {
   std::vector<std::uint8_t> bytes;
   char block[4096];
   while (file) {
+    errno = 0;
     file.read(block, sizeof(block));
+    // Some standard libraries take a read that failed for the end of the file.
+    if (file.bad() || (!file && errno != 0)) throw Error("cannot read \"" + path + "\": " + LastError());
     bytes.insert(bytes.end(), block, block + file.gcount());
     if (bytes.size() > kLargestFile) throw Error("\"" + path + "\" is too large for a saved result");
   }
-  if (file.bad()) throw Error("cannot read \"" + path + "\": " + LastError());
   return bytes;
 }
 
