@@ -7,6 +7,8 @@ execute_process(COMMAND ${CMAKE_CXX_COMPILER} -print-file-name=
 # A younger one declares what these headers declare otherwise.
 set(CMAKE_C_COMPILER clang-14)
 set(CMAKE_CXX_COMPILER clang++-14)
+# CMake understands what GNU's prints.
+find_program(CMAKE_OBJDUMP x86_64-w64-mingw32-objdump REQUIRED)
 set(CMAKE_C_COMPILER_TARGET x86_64-w64-mingw32)
 set(CMAKE_CXX_COMPILER_TARGET x86_64-w64-mingw32)
 # Thread-local variables of the standard library are GCC's.
